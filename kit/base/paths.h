@@ -1,0 +1,31 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+
+namespace tallyfin {
+
+// Everything before the last "/": "/" when that is the first character, "" without one.
+std::string_view parentPath(std::string_view path);
+
+// The last path component.
+std::string_view lastComponent(std::string_view path);
+
+// "parent/name", with "/" as a parent giving "/name".
+std::string joinPath(std::string_view parent, std::string_view name);
+
+bool endsWith(std::string_view text, std::string_view suffix);
+
+// Calls `visit` with each non-empty piece of a slash-separated path.
+template <class Visit>
+void forEachComponent(std::string_view path, Visit&& visit) {
+  size_t start = 0;
+  while (start < path.size()) {
+    size_t end = path.find('/', start);
+    if (end == std::string_view::npos) end = path.size();
+    if (end > start) visit(path.substr(start, end - start));
+    start = end + 1;
+  }
+}
+
+}  // namespace tallyfin

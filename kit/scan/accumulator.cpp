@@ -1,0 +1,48 @@
+#include "kit/scan/accumulator.h"
+
+#include <iterator>
+
+#include "kit/base/saturating.h"
+
+namespace tallyfin {
+
+void Accumulator::countFile(FileKind kind, int64_t size) {
+  const auto index = static_cast<size_t>(kind);
+  typeBytes[index] = saturatingAdd(typeBytes[index], size);
+  typeFiles[index] = saturatingAdd(typeFiles[index], 1);
+}
+
+void Accumulator::deny(std::string_view display) {
+  denied = saturatingAdd(denied, 1);
+  if (deniedSample.size() < kDeniedSampleLimit) deniedSample.emplace_back(display);
+}
+
+void Accumulator::absorb(Accumulator&& other) {
+  const auto append = [](auto& into, auto& from) {
+    into.insert(into.end(), std::make_move_iterator(from.begin()),
+                std::make_move_iterator(from.end()));
+  };
+  append(largeFiles, other.largeFiles);
+  append(projectJunk, other.projectJunk);
+  append(links, other.links);
+  for (size_t i = 0; i < kFileKindCount; ++i) {
+    typeBytes[i] = saturatingAdd(typeBytes[i], other.typeBytes[i]);
+    typeFiles[i] = saturatingAdd(typeFiles[i], other.typeFiles[i]);
+  }
+  denied = saturatingAdd(denied, other.denied);
+  for (auto& path : other.deniedSample) {
+    if (deniedSample.size() >= kDeniedSampleLimit) break;
+    deniedSample.push_back(std::move(path));
+  }
+}
+
+std::vector<TypeTotal> Accumulator::typeTotals() const {
+  std::vector<TypeTotal> totals;
+  for (size_t i = 0; i < kFileKindCount; ++i) {
+    if (typeFiles[i] == 0 && typeBytes[i] == 0) continue;
+    totals.push_back({static_cast<FileKind>(i), typeBytes[i], typeFiles[i]});
+  }
+  return totals;
+}
+
+}  // namespace tallyfin

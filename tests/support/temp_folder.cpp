@@ -1,0 +1,125 @@
+#include "tests/support/temp_folder.h"
+
+#include <fcntl.h>
+#include <grp.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <stdexcept>
+#include <string>
+
+namespace tallyfin::testing {
+namespace fs = std::filesystem;
+namespace {
+
+void check(bool ok, const std::string& what) {
+  if (!ok) throw std::runtime_error(what + ": " + std::to_string(errno));
+}
+
+void makeParent(const std::string& path) {
+  const auto parent = fs::path(path).parent_path();
+  if (!parent.empty()) fs::create_directories(parent);
+}
+
+}  // namespace
+
+TempFolder::TempFolder() {
+  const char* base = std::getenv("TMPDIR");
+  std::string pattern = std::string(base && *base ? base : "/tmp") + "/tallyfin-test-XXXXXX";
+  check(mkdtemp(pattern.data()) != nullptr, "mkdtemp");
+  path_ = fs::canonical(pattern).string();
+}
+
+TempFolder::~TempFolder() {
+  std::error_code ignored;
+  // Tests lock folders away from themselves; give every folder back its permissions first.
+  for (auto it = fs::recursive_directory_iterator(
+           path_, fs::directory_options::skip_permission_denied, ignored);
+       it != fs::recursive_directory_iterator(); it.increment(ignored)) {
+    if (it->is_directory(ignored) && !it->is_symlink(ignored)) {
+      ::chmod(it->path().c_str(), 0755);
+    }
+  }
+  ::chmod(path_.c_str(), 0755);
+  fs::remove_all(path_, ignored);
+}
+
+std::string TempFolder::operator/(const std::string& relative) const {
+  return path_ + "/" + relative;
+}
+
+void makeFolder(const std::string& path) { fs::create_directories(path); }
+
+void writeFile(const std::string& path, size_t bytes) {
+  makeParent(path);
+  const int fd = ::open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
+  check(fd >= 0, "open " + path);
+  const std::string text(bytes, 'x');
+  check(::write(fd, text.data(), text.size()) == static_cast<ssize_t>(text.size()), "write");
+  ::close(fd);
+}
+
+void allocateFile(const std::string& path, int64_t bytes) {
+  makeParent(path);
+  const int fd = ::open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
+  check(fd >= 0, "open " + path);
+  check(::posix_fallocate(fd, 0, bytes) == 0, "fallocate " + path);
+  ::close(fd);
+}
+
+void sparseFile(const std::string& path, int64_t logical) {
+  makeParent(path);
+  const int fd = ::open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
+  check(fd >= 0, "open " + path);
+  check(::pwrite(fd, "x", 1, logical - 1) == 1, "pwrite " + path);
+  ::close(fd);
+}
+
+void hardLink(const std::string& existing, const std::string& link) {
+  makeParent(link);
+  check(::link(existing.c_str(), link.c_str()) == 0, "link " + link);
+}
+
+void symbolicLink(const std::string& target, const std::string& link) {
+  makeParent(link);
+  check(::symlink(target.c_str(), link.c_str()) == 0, "symlink " + link);
+}
+
+void setMode(const std::string& path, mode_t mode) {
+  check(::chmod(path.c_str(), mode) == 0, "chmod " + path);
+}
+
+int64_t allocatedBytes(const std::string& path) {
+  struct stat info;
+  check(::lstat(path.c_str(), &info) == 0, "lstat " + path);
+  return static_cast<int64_t>(info.st_blocks) * 512;
+}
+
+int runUnprivileged(const std::function<int()>& body) {
+  const pid_t child = ::fork();
+  if (child == 0) {
+    if (::geteuid() == 0) {
+      constexpr uid_t kNobody = 65534;
+      if (::setgroups(0, nullptr) != 0 || ::setgid(kNobody) != 0 || ::setuid(kNobody) != 0) {
+        ::_exit(254);
+      }
+    }
+    ::_exit(body());
+  }
+  int status = 0;
+  ::waitpid(child, &status, 0);
+  return WIFEXITED(status) ? WEXITSTATUS(status) : 255;
+}
+
+void openToEveryone(const std::string& path) {
+  ::chmod(path.c_str(), 0755);
+  for (const auto& entry : fs::recursive_directory_iterator(path)) {
+    if (entry.is_symlink()) continue;
+    ::chmod(entry.path().c_str(), entry.is_directory() ? 0755 : 0644);
+  }
+}
+
+}  // namespace tallyfin::testing

@@ -1,0 +1,52 @@
+#pragma once
+
+// Real folders and files for tests, made in a fresh temporary folder that is
+// removed afterwards, whatever permissions the test left on it.
+
+#include <sys/types.h>
+
+#include <cstdint>
+#include <functional>
+#include <string>
+
+namespace tallyfin::testing {
+
+class TempFolder {
+ public:
+  TempFolder();
+  ~TempFolder();
+  TempFolder(const TempFolder&) = delete;
+  TempFolder& operator=(const TempFolder&) = delete;
+
+  const std::string& path() const { return path_; }
+  // The absolute path of `relative` inside the folder.
+  std::string operator/(const std::string& relative) const;
+
+ private:
+  std::string path_;
+};
+
+// Creates the folder and any missing parents.
+void makeFolder(const std::string& path);
+// Writes `bytes` bytes of text, creating parent folders.
+void writeFile(const std::string& path, size_t bytes = 0);
+// A file whose data is allocated on disk without being written.
+void allocateFile(const std::string& path, int64_t bytes);
+// A file of `logical` bytes with only its last byte written: mostly a hole.
+void sparseFile(const std::string& path, int64_t logical);
+void hardLink(const std::string& existing, const std::string& link);
+void symbolicLink(const std::string& target, const std::string& link);
+void setMode(const std::string& path, mode_t mode);
+
+// st_blocks * 512 of one path, not following links.
+int64_t allocatedBytes(const std::string& path);
+
+// Runs `body` in a child process that cannot bypass permissions (as root it drops
+// to the nobody user first); returns the child's exit status, 255 for a crash.
+int runUnprivileged(const std::function<int()>& body);
+
+// Makes the folder and everything in it readable by every user, so an unprivileged
+// child can reach it.
+void openToEveryone(const std::string& path);
+
+}  // namespace tallyfin::testing
