@@ -32,7 +32,7 @@ Scanner::Scanner(ScanConfiguration configuration) : configuration_(std::move(con
 
 int Scanner::defaultWorkerCount() {
   const int cores = static_cast<int>(std::max(1u, std::thread::hardware_concurrency()));
-  return std::clamp(4 * cores, 4, 32);
+  return std::clamp(8 * cores, 4, 32);
 }
 
 Expected<RawScan, ScanFailure> Scanner::run(const CancelToken& cancel,
