@@ -11,7 +11,11 @@
 #include <string>
 #include <vector>
 
+#include "kit/cleanup/buckets.h"
+#include "kit/cleanup/cleanup_rules.h"
 #include "kit/scan/directory_reader.h"
+#include "kit/scan/scanner.h"
+#include "kit/store/scan_report.h"
 #include "kit/scan/disk_node.h"
 #include "kit/scan/project_rules.h"
 #include "kit/scan/scan_configuration.h"
@@ -99,6 +103,71 @@ void BM_EncodeTree(benchmark::State& state) {
   for (auto _ : state) benchmark::DoNotOptimize(encodeJson(root));
 }
 BENCHMARK(BM_EncodeTree)->Unit(benchmark::kMicrosecond);
+
+// The pruned tree of a whole scan of the 1,000,000-file fixture that
+// bench/scan-vs-peers.sh builds (its home folder is the fixture itself).
+const DiskNode& millionFileTree() {
+  static const DiskNode tree = [] {
+    const char* base = std::getenv("TFBENCH");
+    const std::string root = std::string(base ? base : "/tmp/tfbench") + "/h1m";
+    if (!std::filesystem::exists(root)) return DiskNode{};
+    CancelToken cancel;
+    auto scan = Scanner(ScanConfiguration(root, root)).run(cancel);
+    return scan ? scan->tree : DiskNode{};
+  }();
+  return tree;
+}
+
+void BM_CleanupItems(benchmark::State& state) {
+  const DiskNode& tree = millionFileTree();
+  if (tree.children.empty()) {
+    state.SkipWithError("run bench/scan-vs-peers.sh once to build /tmp/tfbench/h1m");
+    return;
+  }
+  const std::string home = "/tmp/tfbench/h1m";
+  const CleanupRules rules(home);
+  for (auto _ : state) benchmark::DoNotOptimize(rules.items(tree, {}, {}));
+}
+BENCHMARK(BM_CleanupItems)->Unit(benchmark::kMillisecond);
+
+void BM_Buckets(benchmark::State& state) {
+  const DiskNode& tree = millionFileTree();
+  for (auto _ : state) benchmark::DoNotOptimize(Analysis::buckets(tree, "/tmp/tfbench/h1m"));
+}
+BENCHMARK(BM_Buckets)->Unit(benchmark::kMicrosecond);
+
+// A report whose tree holds `leaves` folders with long names: about 30 MB of JSON
+// for 250,000, the size of a big disk's report with many kept children.
+std::string largeReport(int leaves) {
+  ScanReport report;
+  report.tree.name = "/";
+  const int perFolder = 500;
+  for (int f = 0; f < leaves / perFolder; ++f) {
+    DiskNode folder;
+    folder.name = "folder-with-a-fairly-long-name-" + std::to_string(f);
+    for (int l = 0; l < perFolder; ++l) {
+      DiskNode leaf;
+      leaf.name = "Application Support Item With Long Name " + std::to_string(l);
+      leaf.size = 1'048'576LL * (l + 1);
+      leaf.files = l + 3;
+      leaf.modified = 1'790'000'000 + l;
+      folder.size += leaf.size;
+      folder.files += leaf.files;
+      folder.children.push_back(std::move(leaf));
+    }
+    report.tree.size += folder.size;
+    report.tree.children.push_back(std::move(folder));
+  }
+  return encodeReport(report);
+}
+
+void BM_LoadReport(benchmark::State& state) {
+  const std::string text = largeReport(250'000);
+  for (auto _ : state) benchmark::DoNotOptimize(decodeReport(text).ok());
+  state.SetBytesProcessed(state.iterations() * static_cast<int64_t>(text.size()));
+  state.counters["MB"] = static_cast<double>(text.size()) / 1e6;
+}
+BENCHMARK(BM_LoadReport)->Unit(benchmark::kMillisecond);
 
 }  // namespace
 

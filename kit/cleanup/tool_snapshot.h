@@ -1,0 +1,46 @@
+#pragma once
+
+// What developer tools that manage their own storage report about it. The tool
+// probes fill it; the cleanup rules turn it into suggestions.
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include <nlohmann/json_fwd.hpp>
+
+namespace tallyfin {
+
+struct SimulatorDevice {
+  std::string udid;
+  std::string name;
+  std::string runtime;
+  bool isAvailable = false;
+  std::optional<int64_t> lastBooted;
+  bool operator==(const SimulatorDevice&) const = default;
+};
+
+struct SimulatorRuntime {
+  std::string identifier;
+  std::string name;
+  std::string path;
+  int64_t size = 0;
+  std::optional<int64_t> lastUsed;
+  bool operator==(const SimulatorRuntime&) const = default;
+};
+
+struct OllamaModel {
+  std::string name;  // "llama3:8b", or "user/model:tag" outside the default namespace
+  int64_t size = 0;
+  int64_t modified = 0;
+  bool operator==(const OllamaModel&) const = default;
+};
+
+struct ToolSnapshot {
+  std::vector<SimulatorDevice> devices;
+  std::vector<SimulatorRuntime> runtimes;
+  std::vector<OllamaModel> ollama;
+};
+
+}  // namespace tallyfin

@@ -1,0 +1,15 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+namespace tallyfin::Format {
+
+// Decimal units as people read them: "512 B", "1.50 KB", "12.3 MB", "250 GB".
+std::string bytes(int64_t count);
+
+// A path under the home folder written with "~".
+std::string shortPath(std::string_view path, std::string_view home);
+
+}  // namespace tallyfin::Format

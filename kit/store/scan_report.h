@@ -1,0 +1,52 @@
+#pragma once
+
+// report.json: the saved result of the latest scan, which every front end reads.
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "kit/base/expected.h"
+#include "kit/cleanup/buckets.h"
+#include "kit/cleanup/cleanup_item.h"
+#include "kit/cleanup/hotspots.h"
+#include "kit/history/history_records.h"
+#include "kit/scan/disk_node.h"
+#include "kit/store/disk_info.h"
+#include "kit/store/file_kind.h"
+#include "kit/store/large_file.h"
+
+namespace tallyfin {
+
+struct ScanReport {
+  static constexpr int kCurrentVersion = 1;
+
+  int version = kCurrentVersion;
+  double date = 0;
+  double duration = 0;
+  std::string home;
+  DiskInfo disk;
+  int64_t scannedBytes = 0;
+  int64_t fileCount = 0;
+  DiskNode tree;
+  std::vector<Bucket> buckets;
+  std::vector<Hotspot> hotspots;
+  std::vector<CleanupItem> items;
+  std::vector<LargeFile> largeFiles;
+  std::vector<TypeTotal> types;
+  std::optional<ChangeSummary> changes;
+  int64_t deniedCount = 0;
+  int taskCount = 0;
+
+  bool operator==(const ScanReport&) const = default;
+};
+
+// Compact JSON with sorted keys; the tree keeps its own compact form.
+std::string encodeReport(const ScanReport& report);
+
+// Every key but "changes" is required; an unknown kind number anywhere fails.
+Expected<ScanReport, std::string> decodeReport(std::string_view text);
+
+}  // namespace tallyfin

@@ -1,0 +1,150 @@
+#include "kit/store/store.h"
+
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <filesystem>
+
+#include "kit/base/system_error.h"
+#include "kit/platform/user_folders.h"
+#include "kit/store/atomic_file.h"
+
+namespace tallyfin {
+namespace {
+
+constexpr std::string_view kFolderName = "Tallyfin";
+constexpr std::string_view kLegacyFolderName = "MossLedger";
+
+bool isOwnDirectory(const std::string& path) {
+  struct stat info;
+  return ::lstat(path.c_str(), &info) == 0 && S_ISDIR(info.st_mode) && info.st_uid == ::getuid();
+}
+
+// Moves the former product's folder into place once, only when nothing is there yet.
+void migrateLegacyFolder(const std::string& parent) {
+  const std::string target = parent + "/" + std::string(kFolderName);
+  const std::string legacy = parent + "/" + std::string(kLegacyFolderName);
+  struct stat info;
+  if (::lstat(target.c_str(), &info) == 0) return;
+  if (isOwnDirectory(legacy)) ::rename(legacy.c_str(), target.c_str());
+}
+
+}  // namespace
+
+std::string_view Store::fileName(File file) {
+  static constexpr std::array<std::string_view, 9> kNames = {
+      "report.json",  "history.json",          "snapshot.json",
+      "keep.json",    "trash-journal.json",    "timings.json",
+      "notification-state.json", "folder-history.json", "scan.lock"};
+  return kNames[static_cast<size_t>(file)];
+}
+
+Store::Store(std::string directory) : directory_(std::move(directory)) {
+  std::error_code ignored;
+  std::filesystem::create_directories(directory_, ignored);
+  // chmod follows links, so only a folder that is really ours is tightened.
+  if (isOwnDirectory(directory_)) ::chmod(directory_.c_str(), 0700);
+}
+
+Store Store::standard() {
+  const std::string parent = platform::applicationSupportFolder();
+  std::error_code ignored;
+  std::filesystem::create_directories(parent, ignored);
+  migrateLegacyFolder(parent);
+  return Store(parent + "/" + std::string(kFolderName));
+}
+
+std::string Store::url(File file) const { return directory_ + "/" + std::string(fileName(file)); }
+
+bool Store::isTrusted() const { return isOwnDirectory(directory_); }
+
+Error Store::untrustedError(File file) const {
+  return {"You don't have permission to save " + std::string(fileName(file)) + " in " +
+              directory_ + " — the data folder must be a folder you own, not a link.",
+          EACCES};
+}
+
+std::optional<std::string> Store::loadText(File file) const {
+  if (!isTrusted()) return std::nullopt;
+  const std::string path = url(file);
+  const int fd = ::open(path.c_str(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK);
+  if (fd < 0) return std::nullopt;
+  struct stat info;
+  std::optional<std::string> text;
+  if (::fstat(fd, &info) == 0 && S_ISREG(info.st_mode) && info.st_size <= kLargestLoad) {
+    std::string data(static_cast<size_t>(info.st_size), '\0');
+    size_t filled = 0;
+    while (filled < data.size()) {
+      const ssize_t count = ::read(fd, data.data() + filled, data.size() - filled);
+      if (count < 0 && errno == EINTR) continue;
+      if (count <= 0) break;
+      filled += static_cast<size_t>(count);
+    }
+    data.resize(filled);
+    text = std::move(data);
+  }
+  ::close(fd);
+  return text;
+}
+
+std::optional<nlohmann::json> Store::loadJson(File file) const {
+  auto text = loadText(file);
+  if (!text) return std::nullopt;
+  auto json = nlohmann::json::parse(*text, nullptr, /*allow_exceptions=*/false);
+  if (json.is_discarded()) return std::nullopt;
+  return json;
+}
+
+Status Store::saveText(std::string_view data, File file) const {
+  if (!isTrusted()) return fail(untrustedError(file));
+  return AtomicFile::write(data, url(file), 0600);
+}
+
+Status Store::saveJson(const nlohmann::json& json, File file) const {
+  return saveText(json.dump(), file);
+}
+
+Status Store::withLock(File file, const std::function<Status()>& body) const {
+  if (!isTrusted()) return fail(untrustedError(file));
+  const std::string path = url(file) + ".lock";
+  const int fd = ::open(path.c_str(), O_RDWR | O_CREAT | O_NOFOLLOW | O_CLOEXEC, 0600);
+  if (fd < 0) {
+    const int code = errno;
+    return fail(Error{"Could not open the lock " + path + ": " + errnoText(code) + ".", code});
+  }
+  while (::flock(fd, LOCK_EX) != 0) {
+    if (errno == EINTR) continue;
+    const int code = errno;
+    ::close(fd);
+    return fail(Error{"Could not lock " + path + ": " + errnoText(code) + ".", code});
+  }
+  Status result = body();
+  ::flock(fd, LOCK_UN);
+  ::close(fd);
+  return result;
+}
+
+Status Store::remove(File file) const {
+  if (!isTrusted()) return fail(untrustedError(file));
+  if (::unlink(url(file).c_str()) != 0 && errno != ENOENT) {
+    const int code = errno;
+    return fail(Error{"Could not remove " + url(file) + ": " + errnoText(code) + ".", code});
+  }
+  return ok();
+}
+
+std::optional<double> Store::modificationDate(File file) const {
+  return modificationSeconds(url(file));
+}
+
+std::optional<double> modificationSeconds(const std::string& path) {
+  struct stat info;
+  if (::lstat(path.c_str(), &info) != 0) return std::nullopt;
+  return static_cast<double>(info.st_mtim.tv_sec) + static_cast<double>(info.st_mtim.tv_nsec) / 1e9;
+}
+
+}  // namespace tallyfin
