@@ -12,22 +12,28 @@ std::vector<T> loadList(const Store& store, Store::File file) {
 }
 
 template <class T>
-Status append(const Store& store, Store::File file, const T& value, size_t limit) {
-  return store.withLock(file, [&]() -> Status {
-    auto list = loadList<T>(store, file);
+Expected<std::vector<T>, Error> append(const Store& store, Store::File file, const T& value,
+                                       size_t limit) {
+  std::vector<T> list;
+  const Status status = store.withLock(file, [&]() -> Status {
+    list = loadList<T>(store, file);
     list.push_back(value);
     if (list.size() > limit) list.erase(list.begin(), list.end() - static_cast<long>(limit));
     return store.save(list, file);
   });
+  if (!status) return fail(status.error());
+  return list;
 }
 
 }  // namespace
 
-Status appendHistory(const Store& store, const HistoryEntry& entry) {
+Expected<std::vector<HistoryEntry>, Error> appendHistory(const Store& store,
+                                                         const HistoryEntry& entry) {
   return append(store, Store::File::history, entry, kHistoryLimit);
 }
 
-Status appendFolderSample(const Store& store, const FolderSample& sample) {
+Expected<std::vector<FolderSample>, Error> appendFolderSample(const Store& store,
+                                                              const FolderSample& sample) {
   return append(store, Store::File::folderHistory, sample, kFolderHistoryLimit);
 }
 

@@ -1,0 +1,106 @@
+#include "cli/options.h"
+
+#include <algorithm>
+#include <array>
+#include <charconv>
+
+namespace tallyfin::cli {
+namespace {
+
+constexpr std::array<std::string_view, 7> kClients = {
+    "claude-code", "claude-desktop", "cursor", "codex", "gemini", "windsurf", "vscode"};
+constexpr int kMostEntries = 100'000;
+
+std::optional<int> wholeNumber(std::string_view text) {
+  int value = 0;
+  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
+  if (error != std::errc() || end != text.data() + text.size() || value < 0 ||
+      value > kMostEntries) {
+    return std::nullopt;
+  }
+  return value;
+}
+
+}  // namespace
+
+Expected<Options, std::string> parseOptions(const std::vector<std::string>& arguments) {
+  Options options;
+  for (size_t i = 0; i < arguments.size(); ++i) {
+    const std::string& argument = arguments[i];
+    const auto value = [&](std::string_view option) -> Expected<std::string, std::string> {
+      if (i + 1 >= arguments.size() || arguments[i + 1].starts_with("--")) {
+        return fail(std::string(option) + " needs a value");
+      }
+      return arguments[++i];
+    };
+    if (argument == "--json") {
+      options.json = true;
+    } else if (argument == "--no-scan") {
+      options.noScan = true;
+    } else if (argument == "--top") {
+      auto text = value("--top");
+      if (!text) return fail(text.error());
+      const auto number = wholeNumber(*text);
+      if (!number) return fail("--top takes a whole number from 0 to 100000, not " + *text);
+      options.top = *number;
+    } else if (argument == "--store" || argument == "--root") {
+      auto text = value(argument);
+      if (!text) return fail(text.error());
+      (argument == "--store" ? options.store : options.root) = *text;
+    } else if (argument == "--help" || argument == "-h") {
+      options.command = Options::Command::help;
+    } else if (argument == "--duplicates") {
+      options.command = Options::Command::duplicates;
+    } else if (i == 0 && argument == "mcp") {
+      options.command = Options::Command::mcp;
+    } else if (i == 0 && argument == "clients") {
+      options.command = Options::Command::clients;
+    } else if (i == 0 && argument == "connect") {
+      if (i + 1 >= arguments.size()) return fail(std::string("connect needs a client name"));
+      const std::string& client = arguments[++i];
+      if (std::find(kClients.begin(), kClients.end(), client) == kClients.end()) {
+        return fail("unknown client " + client +
+                    " (claude-code, claude-desktop, cursor, codex, gemini, windsurf, vscode)");
+      }
+      options.command = Options::Command::connect;
+      options.client = client;
+    } else {
+      return fail("unknown option " + argument);
+    }
+  }
+  if (options.noScan && options.root) {
+    return fail(std::string("--root scans a folder; it does not go with --no-scan"));
+  }
+  return options;
+}
+
+std::string helpText() {
+  return R"(tallyfin — find what fills your disk and get the space back safely
+
+Usage:
+  tallyfin                      Scan and update the app's saved report
+  tallyfin --json [--top N]     Scan now and print JSON — handy in scripts and CI
+  tallyfin --no-scan --json     Instant JSON summary of the last scan (disk, health,
+                                safe/review totals, suggestions, biggest folders)
+  tallyfin --store DIR          Scan into another folder (benchmarks, experiments)
+  tallyfin --root PATH          Scan one folder instead of the whole disk
+  tallyfin mcp                  Serve AI assistants over MCP (standard input and output)
+  tallyfin connect CLIENT       Add the MCP server to an assistant's settings
+  tallyfin clients              Show which assistants are connected
+  tallyfin --duplicates --json  Find identical big files
+
+Options:
+  --json        print the summary as JSON on standard output
+  --top N       how many suggestions and folders the summary lists (default 10)
+  --no-scan     do not scan; summarise the last saved scan
+  --store DIR   keep the report and history in DIR instead of the standard folder
+  --root PATH   scan PATH with the whole-disk limits; combines with every option
+  -h, --help    show this help
+
+Nothing is ever deleted: cleanups go to the Trash and can be undone.
+Exit codes: 0 ok, 1 the scan failed, 2 another scan is running, 3 no saved report,
+64 bad arguments.
+)";
+}
+
+}  // namespace tallyfin::cli

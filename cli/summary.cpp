@@ -1,0 +1,125 @@
+#include "cli/summary.h"
+
+#include <cmath>
+#include <limits>
+
+#include "cli/text_layout.h"
+#include "kit/agents/disk_status.h"
+#include "kit/cleanup/hotspots.h"
+#include "kit/store/disk_info.h"
+#include "kit/store/format.h"
+
+namespace tallyfin::cli {
+namespace {
+
+constexpr size_t kWidth = 80;
+constexpr int64_t kSmallestFolderListed = 1'048'576;
+
+std::vector<const CleanupItem*> visibleItems(const SummaryInput& input) {
+  std::vector<const CleanupItem*> items;
+  for (const auto& item : input.report.items) {
+    if (items.size() >= input.top) break;
+    if (!input.kept.contains(item.path)) items.push_back(&item);
+  }
+  return items;
+}
+
+// The biggest concrete folders, found the way hotspots are but down to 1 MiB.
+std::vector<Hotspot> biggestFolders(const SummaryInput& input) {
+  std::vector<Hotspot> folders;
+  for (auto& spot : Analysis::hotspots(input.report.tree, input.report.home, kSmallestFolderListed,
+                                       std::numeric_limits<size_t>::max())) {
+    if (folders.size() >= input.top) break;
+    if (!spot.isFile) folders.push_back(std::move(spot));
+  }
+  return folders;
+}
+
+std::string sizeColumn(int64_t bytes) {
+  const std::string text = Format::bytes(bytes);
+  return std::string(text.size() < 8 ? 8 - text.size() : 0, ' ') + text;
+}
+
+std::string seconds(double value) {
+  char text[32];
+  std::snprintf(text, sizeof text, value < 10 ? "%.1f s" : "%.0f s", value);
+  return text;
+}
+
+}  // namespace
+
+nlohmann::json jsonSummary(const SummaryInput& input) {
+  nlohmann::json summary = AgentJson::diskStatus(input.report, input.kept, input.now);
+  nlohmann::json suggestions = nlohmann::json::array();
+  for (const CleanupItem* item : visibleItems(input)) {
+    suggestions.push_back(AgentJson::suggestionItem(*item));
+  }
+  nlohmann::json folders = nlohmann::json::array();
+  for (const auto& folder : biggestFolders(input)) {
+    folders.push_back({{"path", folder.path}, {"size", folder.size}});
+  }
+  summary["suggestions"] = std::move(suggestions);
+  summary["biggest_folders"] = std::move(folders);
+  return summary;
+}
+
+std::string textSummary(const SummaryInput& input) {
+  const ScanReport& report = input.report;
+  const std::string& home = report.home;
+  std::string out;
+  const auto line = [&out](std::string_view text) {
+    out += fitWidth(text, kWidth);
+    out += '\n';
+  };
+
+  const DiskInfo& disk = report.disk;
+  std::string diskLine = "Disk " + disk.volumeName + ": " + Format::bytes(disk.used()) +
+                         " used of " + Format::bytes(disk.total) + " (" +
+                         std::to_string(percentUsed(disk)) + "%), " + Format::bytes(disk.free) +
+                         " free";
+  if (const auto health = diskHealth(disk)) diskLine += " \u00B7 " + std::string(healthLabel(*health));
+  line(diskLine);
+  if (const auto health = diskHealth(disk); health && *health != DiskHealth::healthy) {
+    line("  " + std::string(healthExplanation(*health)));
+  }
+  line("Scanned " + Format::bytes(report.scannedBytes) + " in " + groupedNumber(report.fileCount) +
+       " files in " + seconds(report.duration));
+  if (report.deniedCount > 0) {
+    line(groupedNumber(report.deniedCount) +
+         (report.deniedCount == 1 ? " folder" : " folders") + " could not be read.");
+  }
+
+  if (!report.buckets.empty()) {
+    out += "\nBiggest areas\n";
+    std::vector<Bucket> areas = report.buckets;
+    std::stable_sort(areas.begin(), areas.end(),
+                     [](const Bucket& a, const Bucket& b) { return a.size > b.size; });
+    for (size_t i = 0; i < areas.size() && i < input.top; ++i) {
+      line("  " + column(areas[i].label, 30) + sizeColumn(areas[i].size));
+    }
+  }
+
+  const nlohmann::json status = AgentJson::diskStatus(report, input.kept, input.now);
+  out += "\nCleanup: " + Format::bytes(status["safe_to_clean_bytes"].get<int64_t>()) +
+         " safe to clean, " + Format::bytes(status["worth_reviewing_bytes"].get<int64_t>()) +
+         " worth reviewing\n";
+  const auto items = visibleItems(input);
+  if (items.empty()) out += "  Nothing to suggest.\n";
+  for (const CleanupItem* item : items) {
+    const std::string safety = item->safety == Safety::safe ? "Safe  " : "Review";
+    line("  " + safety + " " + sizeColumn(item->size) + "  " + item->title);
+    line("                   " + Format::shortPath(item->path, home));
+    if (item->command) line("                   $ " + *item->command);
+  }
+
+  const auto folders = biggestFolders(input);
+  if (!folders.empty()) {
+    out += "\nBiggest folders\n";
+    for (const auto& folder : folders) {
+      line("  " + sizeColumn(folder.size) + "  " + Format::shortPath(folder.path, home));
+    }
+  }
+  return out;
+}
+
+}  // namespace tallyfin::cli

@@ -1,0 +1,26 @@
+#pragma once
+
+#include <cstdio>
+#include <set>
+#include <string>
+
+#include <nlohmann/json.hpp>
+
+#include "kit/store/scan_report.h"
+
+namespace tallyfin::cli {
+
+struct SummaryInput {
+  const ScanReport& report;
+  const std::set<std::string>& kept;  // hidden from the suggestions and totals
+  size_t top;                         // entries per list
+  double now;
+};
+
+// The disk_status object with the first suggestions and biggest folders.
+nlohmann::json jsonSummary(const SummaryInput& input);
+
+// The same for a person, in 80 columns.
+std::string textSummary(const SummaryInput& input);
+
+}  // namespace tallyfin::cli

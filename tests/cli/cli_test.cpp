@@ -1,0 +1,194 @@
+// The tallyfin executable, run as a process on fixture folders with its data
+// folder in the test's temp folder.
+
+#include <sys/stat.h>
+
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+
+#include <filesystem>
+#include <fstream>
+#include <map>
+
+#include "kit/scan/scan_lock.h"
+#include "kit/store/store.h"
+#include "tests/support/process.h"
+#include "tests/support/temp_folder.h"
+
+namespace tallyfin {
+namespace {
+
+using testing::TempFolder;
+
+// Every file of a folder with its bytes and modification time, to prove nothing changed.
+std::map<std::string, std::pair<std::string, int64_t>> contentsOf(const std::string& folder) {
+  std::map<std::string, std::pair<std::string, int64_t>> files;
+  if (!std::filesystem::exists(folder)) return files;
+  for (const auto& entry : std::filesystem::directory_iterator(folder)) {
+    std::ifstream in(entry.path(), std::ios::binary);
+    std::string bytes((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+    struct stat info;
+    ::lstat(entry.path().c_str(), &info);
+    files[entry.path().filename()] = {bytes, info.st_mtim.tv_sec * 1'000'000'000LL +
+                                                 info.st_mtim.tv_nsec};
+  }
+  return files;
+}
+
+class TallyfinCli : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    // ~/.npm keeps only children of 10 MiB and more, as on a real disk.
+    testing::allocateFile(home / ".npm/_cacache/content/blob", 12 << 20);
+    testing::writeFile(home / "code/app/package.json", 20);
+    testing::allocateFile(home / "code/app/node_modules/lib/index.js", 2 << 20);
+    testing::allocateFile(home / "Documents/report.pdf", 12 << 20);
+    testing::makeFolder(dataDir());
+  }
+
+  std::string dataDir() const { return temp / "data"; }
+
+  testing::ProcessResult tallyfin(std::vector<std::string> arguments) const {
+    return testing::runProcess(TALLYFIN_BINARY, std::move(arguments),
+                               {"HOME=" + home.path(), "PATH=/usr/bin:/bin"});
+  }
+
+  testing::ProcessResult scanHome(std::vector<std::string> more = {}) const {
+    std::vector<std::string> arguments = {"--store", dataDir(), "--root", home.path()};
+    arguments.insert(arguments.end(), more.begin(), more.end());
+    return tallyfin(arguments);
+  }
+
+  TempFolder home;
+  TempFolder temp;
+};
+
+TEST_F(TallyfinCli, ScansAFolderAndPrintsASummary) {
+  const auto result = scanHome();
+  ASSERT_EQ(result.exitCode, 0) << result.err;
+  EXPECT_EQ(result.err, "");  // no progress when standard error is not a terminal
+  EXPECT_NE(result.out.find("npm cache"), std::string::npos) << result.out;
+  EXPECT_NE(result.out.find("$ npm cache clean --force"), std::string::npos);
+  EXPECT_NE(result.out.find("~/code/app/node_modules"), std::string::npos);
+  for (const char* file : {"report.json", "snapshot.json", "history.json", "folder-history.json",
+                           "timings.json"}) {
+    EXPECT_TRUE(std::filesystem::exists(dataDir() + "/" + file)) << file;
+  }
+  std::istringstream lines(result.out);
+  for (std::string line; std::getline(lines, line);) {
+    EXPECT_LE(line.size(), 80u + 8u) << line;  // 80 columns, a few multi-byte characters
+  }
+}
+
+TEST_F(TallyfinCli, JsonSummaryHasTheStatusKeysAndTopEntries) {
+  const auto result = scanHome({"--json", "--top", "1"});
+  ASSERT_EQ(result.exitCode, 0) << result.err;
+  const auto json = nlohmann::json::parse(result.out);
+  for (const char* key : {"scanned_at", "scan_age_hours", "disk", "safe_to_clean_bytes",
+                          "worth_reviewing_bytes", "full_disk_access", "biggest_areas",
+                          "suggestions", "biggest_folders"}) {
+    EXPECT_TRUE(json.contains(key)) << key;
+  }
+  for (const char* key : {"total", "used", "free", "purgeable", "percent_used", "health"}) {
+    EXPECT_TRUE(json["disk"].contains(key)) << key;
+  }
+  ASSERT_EQ(json["suggestions"].size(), 1u);
+  const auto& item = json["suggestions"][0];
+  EXPECT_EQ(item["path"], home / ".npm/_cacache");
+  EXPECT_EQ(item["safety"], "safe");
+  EXPECT_EQ(item["command"], "npm cache clean --force");
+  EXPECT_TRUE(item["size"].is_number_integer());
+  EXPECT_GE(json["safe_to_clean_bytes"].get<int64_t>(), 14 << 20);
+
+  const auto saved = tallyfin({"--store", dataDir(), "--no-scan", "--json", "--top", "1"});
+  ASSERT_EQ(saved.exitCode, 0) << saved.err;
+  auto again = nlohmann::json::parse(saved.out);
+  again.erase("scan_age_hours");
+  auto first = json;
+  first.erase("scan_age_hours");
+  EXPECT_EQ(again, first);
+}
+
+TEST_F(TallyfinCli, NoSavedScanExitsThreeWithNothingOnStandardOutput) {
+  const auto result = tallyfin({"--store", dataDir(), "--no-scan", "--json"});
+  EXPECT_EQ(result.exitCode, 3);
+  EXPECT_EQ(result.out, "");
+  EXPECT_NE(result.err.find("tallyfin: no saved scan in " + dataDir()), std::string::npos);
+}
+
+TEST_F(TallyfinCli, BadArgumentsExitSixtyFourWithAUsageLine) {
+  for (const auto& arguments : std::vector<std::vector<std::string>>{
+           {"--frobnicate"}, {"--top"}, {"--top", "many"}, {"--top", "-1"}, {"--store"},
+           {"connect", "notepad"}, {"--no-scan", "--root", "/tmp"}}) {
+    const auto result = tallyfin(arguments);
+    EXPECT_EQ(result.exitCode, 64) << arguments[0];
+    EXPECT_EQ(result.out, "");
+    EXPECT_NE(result.err.find("usage: tallyfin"), std::string::npos);
+  }
+  for (const auto& later : std::vector<std::vector<std::string>>{
+           {"mcp"}, {"clients"}, {"connect", "cursor"}, {"--duplicates", "--json"}}) {
+    const auto result = tallyfin(later);
+    EXPECT_EQ(result.exitCode, 64) << later[0];
+    EXPECT_NE(result.err.find("not available yet"), std::string::npos);
+  }
+  const auto help = tallyfin({"--help"});
+  EXPECT_EQ(help.exitCode, 0);
+  EXPECT_NE(help.out.find("Scan into another folder (benchmarks, experiments)"),
+            std::string::npos);
+}
+
+TEST_F(TallyfinCli, ASecondScanExitsTwoAtOnceAndTouchesNothing) {
+  ASSERT_EQ(scanHome().exitCode, 0);
+  const auto before = contentsOf(dataDir());
+  const Store store(dataDir());
+  auto held = ScanLock::acquire(store);
+  ASSERT_TRUE(held.ok());
+  const auto result = scanHome({"--json"});
+  EXPECT_EQ(result.exitCode, 2);
+  EXPECT_EQ(result.out, "");
+  EXPECT_EQ(result.err,
+            "tallyfin: A scan is already running (the app or a scheduled scan). Try again in a "
+            "minute.\n");
+  EXPECT_EQ(contentsOf(dataDir()), before);
+}
+
+TEST_F(TallyfinCli, ADataFolderThatIsALinkIsRefused) {
+  testing::makeFolder(temp / "real");
+  testing::symbolicLink(temp / "real", temp / "linked");
+  const auto result = tallyfin({"--store", temp / "linked", "--root", home.path()});
+  EXPECT_EQ(result.exitCode, 1);
+  EXPECT_EQ(result.err, "tallyfin: The Tallyfin data folder isn't owned by you: " + temp / "linked" +
+                            "\n");
+  EXPECT_TRUE(std::filesystem::is_empty(temp / "real"));
+}
+
+TEST_F(TallyfinCli, AFailedScanLeavesEveryFileAsItWas) {
+  ASSERT_EQ(scanHome().exitCode, 0);
+  const auto before = contentsOf(dataDir());
+  const auto result = tallyfin({"--store", dataDir(), "--root", home / "gone"});
+  EXPECT_EQ(result.exitCode, 1);
+  EXPECT_NE(result.err.find(home / "gone"), std::string::npos) << result.err;
+  EXPECT_EQ(contentsOf(dataDir()), before);
+}
+
+TEST_F(TallyfinCli, TimingsOfOneScanSplitTheNext) {
+  for (int i = 0; i < 5; ++i) testing::writeFile(home / ("code/app/src/m" + std::to_string(i) + "/f"), 1);
+  ASSERT_EQ(scanHome().exitCode, 0);
+  const Store store(dataDir());
+  const auto first = store.loadJson(Store::File::report);
+  ASSERT_TRUE(first.has_value());
+  ASSERT_TRUE(store.saveJson({{home / "code/app", 3.0}, {home / "code/app/src", 2.5}},
+                             Store::File::timings)
+                  .ok());
+  ASSERT_EQ(scanHome().exitCode, 0);
+  const auto second = store.loadJson(Store::File::report);
+  // code/app stops being one task: its node_modules and src's five folders become tasks.
+  EXPECT_EQ((*second)["taskCount"].get<int>(), (*first)["taskCount"].get<int>() - 1 + 1 + 5);
+  // Both splits were slower than two seconds, so their timings carry over.
+  const auto timings = store.loadJson(Store::File::timings);
+  EXPECT_EQ((*timings)[home / "code/app"], 3.0);
+  EXPECT_EQ((*timings)[home / "code/app/src"], 2.5);
+}
+
+}  // namespace
+}  // namespace tallyfin
