@@ -8,6 +8,7 @@
 #include <unordered_set>
 
 #include "kit/base/paths.h"
+#include "kit/base/text.h"
 #include "kit/cleanup/rule_table.h"
 #include "kit/platform/user_folders.h"
 #include "kit/scan/directory_reader.h"
@@ -65,8 +66,7 @@ constexpr int kProjectWorktreeDepth = 5;
 bool isInstaller(std::string_view name) {
   const size_t dot = name.rfind('.');
   if (dot == std::string_view::npos) return false;
-  std::string extension(name.substr(dot + 1));
-  for (auto& c : extension) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+  const std::string extension = lowercased(name.substr(dot + 1));
   return std::find(kInstallerExtensions.begin(), kInstallerExtensions.end(), extension) !=
          kInstallerExtensions.end();
 }

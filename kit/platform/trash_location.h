@@ -1,0 +1,13 @@
+#pragma once
+
+#include <string>
+
+namespace tallyfin::platform {
+
+// The user's Trash: everything below it is already thrown away.
+std::string trashFolder(const std::string& home);
+
+// The folder inside the Trash where moved items land, directly.
+std::string trashItemsFolder(const std::string& home);
+
+}  // namespace tallyfin::platform

@@ -1,0 +1,124 @@
+#include "kit/tools/app_locations.h"
+
+#include <plist/plist.h>
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <cctype>
+#include <fstream>
+#include <iterator>
+
+#include "kit/base/paths.h"
+#include "kit/base/text.h"
+
+namespace tallyfin::AppUninstaller {
+namespace {
+
+constexpr std::array<LeftoverFolder, 11> kLeftoverFolders = {{
+    {"Application Support", LeftoverKind::support},
+    {"Caches", LeftoverKind::caches},
+    {"Preferences", LeftoverKind::preferences},
+    {"Preferences/ByHost", LeftoverKind::preferences},
+    {"Containers", LeftoverKind::containers},
+    {"Group Containers", LeftoverKind::groupContainers},
+    {"Saved Application State", LeftoverKind::savedState},
+    {"Logs", LeftoverKind::logs},
+    {"WebKit", LeftoverKind::webData},
+    {"HTTPStorages", LeftoverKind::webData},
+    {"LaunchAgents", LeftoverKind::launchAgents},
+}};
+
+bool hasDotComponents(std::string_view path) {
+  bool found = false;
+  forEachComponent(path, [&](std::string_view piece) { found = found || piece == "." || piece == ".."; });
+  return found;
+}
+
+// Preference folders and launch agents hold property lists, saved state its
+// ".savedState" folders; the other folders hold whatever the app made.
+bool fitsKind(LeftoverKind kind, std::string_view name) {
+  switch (kind) {
+    case LeftoverKind::preferences:
+    case LeftoverKind::launchAgents:
+      return endsWith(name, ".plist");
+    case LeftoverKind::savedState:
+      return endsWith(name, ".savedState");
+    default:
+      return true;
+  }
+}
+
+bool isOwnOrApple(std::string_view name) {
+  const std::string lower = lowercased(name);
+  const std::string own(kOwnBundleIdentifier);
+  return lower.starts_with("com.apple.") || lower == own || lower.starts_with(own + ".") ||
+         lower.starts_with("tallyfin") || lower.starts_with("mossledger");
+}
+
+bool exists(const std::string& path) {
+  struct stat info;
+  return ::lstat(path.c_str(), &info) == 0;
+}
+
+}  // namespace
+
+const std::array<LeftoverFolder, 11>& leftoverFolders() { return kLeftoverFolders; }
+
+bool isAppBundleLocation(std::string_view path, std::string_view home) {
+  if (!endsWith(path, ".app") || hasDotComponents(path)) return false;
+  const std::string_view parent = parentPath(path);
+  return parent == "/Applications" || parent == std::string(home) + "/Applications";
+}
+
+bool isLeftoverLocation(std::string_view path, std::string_view home) {
+  const std::string library = std::string(home) + "/Library/";
+  if (!path.starts_with(library) || hasDotComponents(path)) return false;
+  const std::string_view parent = parentPath(path);
+  if (parent.size() < library.size()) return false;  // ~/Library itself holds no leftovers
+  const std::string_view folder = parent.substr(library.size());
+  const std::string_view name = lastComponent(path);
+  for (const auto& leftover : kLeftoverFolders) {
+    if (folder == leftover.folder) return !isOwnOrApple(name) && fitsKind(leftover.kind, name);
+  }
+  return false;
+}
+
+std::optional<std::string> bundleIdentifier(const std::string& bundlePath) {
+  std::ifstream file(bundlePath + "/Contents/Info.plist", std::ios::binary);
+  if (!file) return std::nullopt;
+  const std::string data((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
+  plist_t root = nullptr;
+  plist_from_memory(data.data(), static_cast<uint32_t>(data.size()), &root);
+  if (!root) return std::nullopt;
+  std::optional<std::string> identifier;
+  if (plist_get_node_type(root) == PLIST_DICT) {
+    plist_t node = plist_dict_get_item(root, "CFBundleIdentifier");
+    if (node && plist_get_node_type(node) == PLIST_STRING) {
+      char* text = nullptr;
+      plist_get_string_val(node, &text);
+      if (text && *text) identifier = text;
+      std::free(text);
+    }
+  }
+  plist_free(root);
+  return identifier;
+}
+
+std::optional<std::string> bundleRefusal(std::string_view path, std::string_view home) {
+  if (!isAppBundleLocation(path, home)) {
+    const bool inApplications = path.starts_with("/Applications/") ||
+                                path.starts_with(std::string(home) + "/Applications/");
+    return inApplications ? "Not an app" : "Only apps in Applications can be removed";
+  }
+  const std::string bundle(path);
+  const auto identifier = bundleIdentifier(bundle);
+  if (!identifier) return "Not an app";
+  const std::string lower = lowercased(*identifier);
+  if (lower == kOwnBundleIdentifier) return "That's Tallyfin \u2014 remove it in Finder if you want to";
+  if (lower.starts_with("com.apple.") && !exists(bundle + "/Contents/_MASReceipt/receipt")) {
+    return "Part of macOS";
+  }
+  return std::nullopt;
+}
+
+}  // namespace tallyfin::AppUninstaller

@@ -1,0 +1,244 @@
+#include "kit/trash/trash_service.h"
+
+#include <limits.h>
+#include <stdlib.h>
+#include <sys/stat.h>
+
+#include <algorithm>
+
+#include "kit/base/paths.h"
+#include "kit/base/saturating.h"
+#include "kit/base/text.h"
+#include "kit/cleanup/cleanup_rules.h"
+#include "kit/cleanup/keep_list.h"
+#include "kit/platform/trash_location.h"
+#include "kit/tools/app_locations.h"
+#include "kit/trash/refusal_rules.h"
+
+namespace tallyfin {
+namespace {
+
+using Origin = TrashItem::Origin;
+
+constexpr std::string_view kPersonalData = "Personal data \u2014 Tallyfin never touches it";
+constexpr std::string_view kContainsPersonalData =
+    "Contains personal data \u2014 Tallyfin never touches it";
+constexpr std::string_view kPathChanged = "Path changed since the scan \u2014 rescan first";
+constexpr std::string_view kCredential =
+    "Looks like a key or password file \u2014 Tallyfin never touches it";
+constexpr std::string_view kNoLongerExists = "No longer exists";
+constexpr std::string_view kNotInTrash = "Not in your Trash";
+constexpr std::string_view kNoLongerInTrash = "No longer in the Trash";
+constexpr std::string_view kDifferentItem = "A different item has that name in the Trash";
+constexpr int64_t kLargestKeyFile = 65'535;
+
+bool hasDotComponents(std::string_view path) {
+  bool found = false;
+  forEachComponent(path, [&](std::string_view piece) { found = found || piece == "." || piece == ".."; });
+  return found;
+}
+
+bool isSyntaxValid(std::string_view path) {
+  return path.starts_with("/") && path.find("//") == std::string_view::npos &&
+         path.find('\0') == std::string_view::npos && !hasDotComponents(path);
+}
+
+bool atOrUnder(std::string_view lower, std::string_view tree) {
+  return lower == tree || (lower.starts_with(tree) && lower.size() > tree.size() &&
+                           lower[tree.size()] == '/');
+}
+
+// Step 5's "~/.Trash" on this platform: the Mac's own name and the platform's Trash.
+std::vector<std::string> trashRoots(const std::string& home) {
+  return {lowercased(home + "/.Trash"), lowercased(platform::trashFolder(home))};
+}
+
+}  // namespace
+
+int64_t TrashOutcome::freedBytes() const {
+  int64_t total = 0;
+  for (const auto& entry : moved) total = saturatingAdd(total, entry.size);
+  return total;
+}
+
+TrashService::TrashService(std::string home, Store store, std::shared_ptr<Trasher> trasher)
+    : home_(std::move(home)), store_(std::move(store)), trasher_(std::move(trasher)) {}
+
+std::optional<std::string> TrashService::refusal(const std::string& given, Origin origin) const {
+  if (!isSyntaxValid(given)) return "Invalid path";
+  std::string path = given;
+  if (path.size() >= 2 && path.back() == '/') path.pop_back();
+  const std::string lower = lowercased(path);
+
+  const bool leftover = origin == Origin::appLeftover;
+  if (leftover && !AppUninstaller::isLeftoverLocation(path, home_)) return "Not one of the app's own items";
+  if (origin == Origin::application) {
+    if (auto reason = AppUninstaller::bundleRefusal(path, home_)) return reason;
+    struct stat info;
+    if (::lstat(path.c_str(), &info) != 0) return std::string(kNoLongerExists);
+    if (!S_ISDIR(info.st_mode) || TrashRules::canonical(path) != path) return "Not an app";
+    return std::nullopt;
+  }
+
+  if (TrashRules::protectedPaths(home_).contains(lower)) return "Protected folder";
+  for (const auto& trash : trashRoots(home_)) {
+    if (atOrUnder(lower, trash)) return "Already in the Trash";
+  }
+  const auto trees = TrashRules::sensitiveTrees(home_, leftover);
+  for (const auto& tree : trees) {
+    if (atOrUnder(lower, tree)) return std::string(kPersonalData);
+  }
+  for (const auto& tree : trees) {
+    if (tree.starts_with(lower + "/")) return std::string(kContainsPersonalData);
+  }
+  if (!lower.starts_with(lowercased(home_) + "/")) {
+    if (lower.starts_with("/volumes/") || lower.starts_with("/media/") || lower.starts_with("/mnt/")) {
+      return "On another disk \u2014 Tallyfin cleans your home folder on this Mac. Use Finder for "
+             "external drives";
+    }
+    return "Outside your home folder \u2014 use the command shown, or Finder";
+  }
+  struct stat info;
+  if (::lstat(path.c_str(), &info) != 0) return std::string(kNoLongerExists);
+  if (TrashRules::canonical(path) != path) return std::string(kPathChanged);
+  if (!path.starts_with(home_ + "/")) return std::string(kPathChanged);
+  if (origin == Origin::suggestion || origin == Origin::autopilot) {
+    if (!CleanupRules::recognizes(path, home_)) return "Not a recognised cleanup item \u2014 rescan first";
+    if (KeepList::paths(store_).contains(path)) return "You chose to keep this";
+  }
+  bool inGit = false;
+  forEachComponent(path, [&](std::string_view piece) { inGit = inGit || piece == ".git"; });
+  if (inGit) return "Part of a git repository's history";
+  const std::string_view name = lastComponent(path);
+  if (TrashRules::isCredentialFile(name)) return std::string(kCredential);
+  if (lowercased(name).ends_with(".key") && S_ISREG(info.st_mode) && info.st_size <= kLargestKeyFile) {
+    return std::string(kCredential);
+  }
+  return std::nullopt;
+}
+
+TrashOutcome TrashService::trash(const std::vector<TrashItem>& items,
+                                 const std::optional<std::string>& label, double now) const {
+  TrashOutcome outcome;
+  outcome.batch = Journal::batchId(now);
+  for (const auto& item : items) {
+    if (auto reason = refusal(item.path, item.origin)) {
+      outcome.failed.emplace_back(item.path, *reason);
+      continue;
+    }
+    std::string path = item.path;
+    if (path.size() >= 2 && path.back() == '/') path.pop_back();
+    struct stat before;
+    if (::lstat(path.c_str(), &before) != 0) {
+      outcome.failed.emplace_back(item.path, std::string(kNoLongerExists));
+      continue;
+    }
+    auto landed = trasher_->trash(path);
+    if (!landed) {
+      outcome.failed.emplace_back(item.path, landed.error().message);
+      continue;
+    }
+    if (!landed->has_value()) {
+      outcome.failed.emplace_back(
+          item.path, "Moved to the Trash, but macOS didn't say where \u2014 use Finder's Put Back");
+      continue;
+    }
+    const std::string& trashed = **landed;
+    struct stat after;
+    if (::lstat(trashed.c_str(), &after) == 0 && after.st_dev == before.st_dev &&
+        after.st_ino == before.st_ino) {
+      outcome.moved.push_back({path, trashed, std::max<int64_t>(item.size, 0), now, outcome.batch,
+                               static_cast<int64_t>(before.st_dev), before.st_ino, label});
+    } else {
+      (void)trasher_->restore(trashed, path);
+      outcome.failed.emplace_back(item.path,
+                                  "Changed while moving \u2014 left in place. Rescan and try again.");
+    }
+  }
+  if (outcome.moved.empty()) return outcome;
+  const Status recorded = store_.withLock(Store::File::journal, [&]() -> Status {
+    auto journal = store_.load<std::vector<JournalEntry>>(Store::File::journal).value_or(
+        std::vector<JournalEntry>{});
+    journal.insert(journal.end(), outcome.moved.begin(), outcome.moved.end());
+    return store_.save(Journal::pruned(std::move(journal), now), Store::File::journal);
+  });
+  if (!recorded) {
+    outcome.journalError = "Moved, but couldn't record it for Undo (" + recorded.error().message +
+                           "). Use Finder's Put Back if needed.";
+  }
+  return outcome;
+}
+
+std::optional<std::string> TrashService::restoreRefusal(const JournalEntry& entry) const {
+  const std::string items = platform::trashItemsFolder(home_) + "/";
+  const std::string& trashed = entry.trashedPath;
+  if (!trashed.starts_with(items) || trashed.find('/', items.size()) != std::string::npos ||
+      trashed.size() == items.size() || TrashRules::canonical(trashed) != trashed) {
+    return std::string(kNotInTrash);
+  }
+  struct stat info;
+  if (::lstat(trashed.c_str(), &info) != 0) return std::string(kNoLongerInTrash);
+  if (!entry.device || !entry.inode || *entry.device != static_cast<int64_t>(info.st_dev) ||
+      *entry.inode != info.st_ino) {
+    return std::string(kDifferentItem);
+  }
+  const std::string& path = entry.path;
+  struct stat occupant;
+  if (::lstat(path.c_str(), &occupant) == 0) return "Something already exists at the original location";
+
+  const std::string lower = lowercased(path);
+  const bool bundle = AppUninstaller::isAppBundleLocation(path, home_);
+  const bool leftover = AppUninstaller::isLeftoverLocation(path, home_);
+  bool allowed = (path.starts_with(home_ + "/") || bundle) && isSyntaxValid(path) &&
+                 !TrashRules::protectedPaths(home_).contains(lower);
+  if (allowed && !bundle && !leftover) {
+    for (const auto& tree : TrashRules::sensitiveTrees(home_, false)) {
+      allowed = allowed && !atOrUnder(lower, tree);
+    }
+  }
+  if (!allowed) return "Original location isn't allowed";
+  const std::string parent(parentPath(path));
+  char resolved[PATH_MAX];
+  if (!::realpath(parent.c_str(), resolved) || parent != resolved) {
+    return "Original folder moved or was replaced";
+  }
+  return std::nullopt;
+}
+
+UndoOutcome TrashService::undo(const std::string& batchId) const {
+  UndoOutcome outcome;
+  (void)store_.withLock(Store::File::journal, [&]() -> Status {
+    const auto journal = store_.load<std::vector<JournalEntry>>(Store::File::journal)
+                             .value_or(std::vector<JournalEntry>{});
+    std::vector<JournalEntry> kept;
+    for (const auto& entry : journal) {
+      if (entry.batch != batchId) {
+        kept.push_back(entry);
+        continue;
+      }
+      if (auto reason = restoreRefusal(entry)) {
+        outcome.failed.push_back(entry.path);
+        const bool gone = *reason == kNoLongerInTrash || *reason == kDifferentItem ||
+                          *reason == kNotInTrash;
+        if (!gone) kept.push_back(entry);
+        continue;
+      }
+      if (trasher_->restore(entry.trashedPath, entry.path)) {
+        outcome.restored.push_back(entry.path);
+      } else {
+        outcome.failed.push_back(entry.path);
+        kept.push_back(entry);
+      }
+    }
+    return store_.save(kept, Store::File::journal);
+  });
+  return outcome;
+}
+
+std::vector<TrashBatch> TrashService::batches(double withinDays, double now) const {
+  const auto journal = store_.load<std::vector<JournalEntry>>(Store::File::journal)
+                           .value_or(std::vector<JournalEntry>{});
+  return Journal::batches(journal, withinDays, now);
+}
+
+}  // namespace tallyfin
