@@ -12,6 +12,7 @@
 #include <thread>
 
 #include "kit/history/history_files.h"
+#include "tests/support/process.h"
 #include "tests/support/temp_folder.h"
 
 namespace tallyfin {
@@ -148,24 +149,14 @@ TEST(Store, TwoProcessesAppendingUnderTheLockLoseNothing) {
   TempFolder dir;
   const Store store(dir / "data");
   constexpr int kPerProcess = 80;
-  std::vector<pid_t> children;
-  for (int process = 0; process < 2; ++process) {
-    const pid_t child = ::fork();
-    if (child == 0) {
-      for (int i = 0; i < kPerProcess; ++i) {
-        HistoryEntry entry;
-        entry.date = process * 1000 + i;
-        if (!HistoryFiles::appendHistory(store, entry).ok()) ::_exit(1);
-      }
-      ::_exit(0);
+  EXPECT_TRUE(testing::runInParallelProcesses(2, [&](int process) {
+    for (int i = 0; i < kPerProcess; ++i) {
+      HistoryEntry entry;
+      entry.date = process * 1000 + i;
+      if (!HistoryFiles::appendHistory(store, entry).ok()) return 1;
     }
-    children.push_back(child);
-  }
-  for (const pid_t child : children) {
-    int status = 0;
-    ::waitpid(child, &status, 0);
-    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
-  }
+    return 0;
+  }));
   const auto history = HistoryFiles::history(store);
   EXPECT_EQ(history.size(), 2u * kPerProcess);
 }

@@ -61,4 +61,20 @@ ProcessResult runProcess(const std::string& program, const std::vector<std::stri
   return result;
 }
 
+bool runInParallelProcesses(int count, const std::function<int(int)>& body) {
+  std::vector<pid_t> children;
+  for (int i = 0; i < count; ++i) {
+    const pid_t child = ::fork();
+    if (child == 0) ::_exit(body(i));
+    children.push_back(child);
+  }
+  bool allSucceeded = true;
+  for (const pid_t child : children) {
+    int status = 0;
+    ::waitpid(child, &status, 0);
+    allSucceeded = allSucceeded && WIFEXITED(status) && WEXITSTATUS(status) == 0;
+  }
+  return allSucceeded;
+}
+
 }  // namespace tallyfin::testing

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -15,5 +16,9 @@ struct ProcessResult {
 // standard input from /dev/null, and collects both outputs.
 ProcessResult runProcess(const std::string& program, const std::vector<std::string>& arguments,
                          const std::vector<std::string>& environment);
+
+// Runs body(0) … body(count - 1) in that many child processes at once; true when
+// every child returned 0.
+bool runInParallelProcesses(int count, const std::function<int(int)>& body);
 
 }  // namespace tallyfin::testing

@@ -232,26 +232,16 @@ TEST(TrashService, TwoProcessesTrashingAtOnceBothReachTheJournal) {
   for (int p = 0; p < 2; ++p) {
     for (int i = 0; i < kEach; ++i) testing::writeFile(home / ("p" + std::to_string(p) + "/f" + std::to_string(i)), 1);
   }
-  std::vector<pid_t> children;
-  for (int p = 0; p < 2; ++p) {
-    const pid_t child = ::fork();
-    if (child == 0) {
-      const auto service = home.service();
-      for (int i = 0; i < kEach; ++i) {
-        const auto outcome = service.trash(
-            {{home / ("p" + std::to_string(p) + "/f" + std::to_string(i)), 1, Origin::userChoice}},
-            {}, kNow);
-        if (outcome.moved.size() != 1 || outcome.journalError) ::_exit(1);
-      }
-      ::_exit(0);
+  EXPECT_TRUE(testing::runInParallelProcesses(2, [&](int p) {
+    const auto service = home.service();
+    for (int i = 0; i < kEach; ++i) {
+      const auto outcome = service.trash(
+          {{home / ("p" + std::to_string(p) + "/f" + std::to_string(i)), 1, Origin::userChoice}},
+          {}, kNow);
+      if (outcome.moved.size() != 1 || outcome.journalError) return 1;
     }
-    children.push_back(child);
-  }
-  for (const pid_t child : children) {
-    int status = 0;
-    ::waitpid(child, &status, 0);
-    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
-  }
+    return 0;
+  }));
   EXPECT_EQ(journalOf(home).size(), 2u * kEach);
 }
 
