@@ -127,9 +127,9 @@ TEST(Store, AKilledWriterLeavesTheOldFileWhole) {
     (void)store.saveText(huge, File::report);
     ::_exit(0);
   }
-  // Kill it once its temporary file has started to fill.
+  // Kill it once its temporary file has started to fill (slow under sanitizers: up to a minute).
   bool started = false;
-  for (int i = 0; i < 2000 && !started; ++i) {
+  for (int i = 0; i < 12'000 && !started; ++i) {
     for (const auto& entry : std::filesystem::directory_iterator(dir / "data")) {
       started = started || entry.path().filename().string().starts_with("report.json.tmp-");
     }
