@@ -3,6 +3,7 @@
 // standard output; everything else to standard error as "tallyfin: " lines.
 
 #include <signal.h>
+#include <sys/stat.h>
 #include <stdlib.h>
 #include <unistd.h>
 
@@ -73,6 +74,11 @@ int scan(const cli::Options& options, const Store& store, const std::string& hom
   if (options.root) {
     configuration.root = scanRoot(*options.root);
     configuration.displayRoot = configuration.root;
+    struct stat info;
+    if (::stat(configuration.root.c_str(), &info) == 0 && !S_ISDIR(info.st_mode)) {
+      diagnose(configuration.root + " is not a folder — give --root a folder to scan.");
+      return kUsage;
+    }
   }
   const ScanPipeline pipeline{store, configuration, NotificationSettings{}, {},
                               ScanTrigger::manual};

@@ -131,6 +131,12 @@ TEST_F(TallyfinCli, BadArgumentsExitSixtyFourWithAUsageLine) {
     EXPECT_EQ(result.exitCode, 64) << later[0];
     EXPECT_NE(result.err.find("not available yet"), std::string::npos);
   }
+  const auto file = scanHome({"--root", home / "Documents/report.pdf"});
+  EXPECT_EQ(file.exitCode, 64);
+  EXPECT_EQ(file.err, "tallyfin: " + home / "Documents/report.pdf" +
+                          " is not a folder — give --root a folder to scan.\n");
+  EXPECT_FALSE(std::filesystem::exists(dataDir() + "/report.json"));
+
   const auto help = tallyfin({"--help"});
   EXPECT_EQ(help.exitCode, 0);
   EXPECT_NE(help.out.find("Scan into another folder (benchmarks, experiments)"),
