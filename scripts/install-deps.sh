@@ -5,7 +5,8 @@
 set -eu
 
 packages="build-essential cmake ninja-build python3 pkg-config
-  nlohmann-json3-dev libgtest-dev libgmock-dev libbenchmark-dev libplist-dev trash-cli"
+  nlohmann-json3-dev libgtest-dev libgmock-dev libbenchmark-dev libplist-dev libssl-dev
+  trash-cli"
 bench_packages="gdu ncdu"
 
 if [ "${1:-}" = "--bench" ]; then

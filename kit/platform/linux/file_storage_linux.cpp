@@ -1,0 +1,59 @@
+#include <fcntl.h>
+#include <linux/fiemap.h>
+#include <linux/fs.h>
+#include <sys/ioctl.h>
+#include <sys/stat.h>
+
+#include <cerrno>
+#include <vector>
+
+#include "kit/platform/file_storage.h"
+
+namespace tallyfin::platform {
+namespace {
+
+constexpr unsigned kExtentsPerCall = 256;
+
+int64_t allocatedSize(int fd) {
+  struct stat info;
+  return ::fstat(fd, &info) == 0 ? static_cast<int64_t>(info.st_blocks) * 512 : 0;
+}
+
+}  // namespace
+
+// FIEMAP lists the file's extents; those not marked shared belong to it alone.
+std::optional<int64_t> privateSize(int fd) {
+  std::vector<char> buffer(sizeof(fiemap) + kExtentsPerCall * sizeof(fiemap_extent));
+  auto* map = reinterpret_cast<fiemap*>(buffer.data());
+  uint64_t start = 0;
+  int64_t own = 0;
+  for (;;) {
+    *map = fiemap{};
+    map->fm_start = start;
+    map->fm_length = FIEMAP_MAX_OFFSET - start;
+    map->fm_flags = FIEMAP_FLAG_SYNC;
+    map->fm_extent_count = kExtentsPerCall;
+    if (::ioctl(fd, FS_IOC_FIEMAP, map) != 0) {
+      if (errno == EOPNOTSUPP || errno == ENOTTY || errno == EINVAL) return allocatedSize(fd);
+      return std::nullopt;
+    }
+    if (map->fm_mapped_extents == 0) return own;
+    bool last = false;
+    for (unsigned i = 0; i < map->fm_mapped_extents; ++i) {
+      const fiemap_extent& extent = map->fm_extents[i];
+      if (!(extent.fe_flags & FIEMAP_EXTENT_SHARED)) own += static_cast<int64_t>(extent.fe_length);
+      last = last || (extent.fe_flags & FIEMAP_EXTENT_LAST);
+      start = extent.fe_logical + extent.fe_length;
+    }
+    if (last) return own;
+  }
+}
+
+void releaseCache(int fd, int64_t offset, int64_t length) {
+  ::posix_fadvise(fd, offset, length, POSIX_FADV_DONTNEED);
+}
+
+// Linux keeps no file contents elsewhere behind a local name.
+bool isDataless(int) { return false; }
+
+}  // namespace tallyfin::platform

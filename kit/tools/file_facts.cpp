@@ -1,0 +1,181 @@
+#include "kit/tools/file_facts.h"
+
+#include <fcntl.h>
+#include <openssl/evp.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <memory>
+#include <vector>
+
+#include "kit/platform/file_storage.h"
+
+namespace tallyfin {
+namespace {
+
+// One SHA-256 computation through OpenSSL's EVP interface.
+class Sha256 {
+ public:
+  Sha256() : context_(EVP_MD_CTX_new(), EVP_MD_CTX_free) {
+    EVP_DigestInit_ex(context_.get(), EVP_sha256(), nullptr);
+  }
+  void add(const void* data, size_t length) { EVP_DigestUpdate(context_.get(), data, length); }
+  void addSize(int64_t size) {
+    unsigned char bytes[8];
+    for (int i = 0; i < 8; ++i) bytes[i] = static_cast<unsigned char>(static_cast<uint64_t>(size) >> (8 * i));
+    add(bytes, sizeof bytes);
+  }
+  std::string finish() {
+    unsigned char digest[EVP_MAX_MD_SIZE];
+    unsigned int length = 0;
+    EVP_DigestFinal_ex(context_.get(), digest, &length);
+    return FileFacts::hex({digest, length});
+  }
+
+ private:
+  std::unique_ptr<EVP_MD_CTX, decltype(&EVP_MD_CTX_free)> context_;
+};
+
+// Adds up to `length` bytes at `offset` to the hash; false on a read error.
+bool addRange(const ReadableFile& file, Sha256& hash, int64_t offset, int64_t length,
+              std::vector<char>& buffer, const CancelToken* cancel) {
+  const auto wanted = static_cast<size_t>(std::min<int64_t>(length, static_cast<int64_t>(buffer.size())));
+  const auto count = file.read(offset, std::span<char>(buffer.data(), wanted), cancel);
+  if (!count) return false;
+  hash.add(buffer.data(), *count);
+  return true;
+}
+
+std::optional<std::string> hashWhole(const std::string& path, const CancelToken* cancel) {
+  auto file = FileFacts::openForReading(path);
+  if (!file) return std::nullopt;
+  std::vector<char> buffer(FileFacts::kBlock);
+  Sha256 hash;
+  for (int64_t offset = 0;;) {
+    const auto count = file->read(offset, buffer, cancel);
+    if (!count) return std::nullopt;
+    if (*count == 0) break;
+    hash.add(buffer.data(), *count);
+    offset += static_cast<int64_t>(*count);
+  }
+  return hash.finish();
+}
+
+}  // namespace
+
+ReadableFile::~ReadableFile() {
+  if (fd_ >= 0) ::close(fd_);
+}
+
+std::optional<size_t> ReadableFile::read(int64_t offset, std::span<char> buffer,
+                                         const CancelToken* cancel) const {
+  size_t filled = 0;
+  while (filled < buffer.size()) {
+    if (cancel && cancel->isCancelled()) return std::nullopt;
+    const ssize_t count = ::pread(fd_, buffer.data() + filled, buffer.size() - filled,
+                                  offset + static_cast<int64_t>(filled));
+    if (count < 0 && errno == EINTR) continue;
+    if (count < 0) return std::nullopt;
+    if (count == 0) break;
+    filled += static_cast<size_t>(count);
+  }
+  platform::releaseCache(fd_, offset, static_cast<int64_t>(filled));
+  return filled;
+}
+
+std::optional<ReadableFile> FileFacts::openForReading(const std::string& path) {
+  struct stat info;
+  if (::lstat(path.c_str(), &info) != 0 || !S_ISREG(info.st_mode)) return std::nullopt;
+  const int fd = ::open(path.c_str(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC);
+  if (fd < 0) return std::nullopt;
+  if (::fstat(fd, &info) != 0 || !S_ISREG(info.st_mode) || platform::isDataless(fd)) {
+    ::close(fd);
+    return std::nullopt;
+  }
+  return ReadableFile(fd, info.st_size);
+}
+
+std::optional<std::string> FileFacts::fingerprint(const std::string& path, int64_t size) {
+  auto file = openForReading(path);
+  if (!file) return std::nullopt;
+  std::vector<char> buffer(kBlock);
+  Sha256 hash;
+  hash.addSize(size);
+  const int64_t half = kBlock / 2;
+  for (const int64_t offset : {int64_t{0}, std::max(size / 2, half) - half, std::max(size - kBlock, int64_t{0})}) {
+    if (!addRange(*file, hash, offset, kBlock, buffer, nullptr)) return std::nullopt;
+  }
+  return hash.finish();
+}
+
+std::optional<std::string> FileFacts::sampledHash(const std::string& path, int64_t size,
+                                                  const CancelToken* cancel) {
+  if (size <= kWholeFileLimit) return hashWhole(path, cancel);
+  auto file = openForReading(path);
+  if (!file) return std::nullopt;
+  std::vector<char> buffer(kBlock);
+  Sha256 hash;
+  hash.addSize(size);
+  if (!addRange(*file, hash, 0, kBlock, buffer, cancel)) return std::nullopt;
+  if (!addRange(*file, hash, size - kBlock, kBlock, buffer, cancel)) return std::nullopt;
+  const int64_t span = size - 2 * kBlock - kSample;
+  for (int i = 0; i < kMiddleSamples; ++i) {
+    const int64_t offset = kBlock + span * i / (kMiddleSamples - 1);
+    if (!addRange(*file, hash, offset, kSample, buffer, cancel)) return std::nullopt;
+  }
+  return hash.finish();
+}
+
+std::optional<std::string> FileFacts::sha256(const std::string& path, const CancelToken* cancel) {
+  return hashWhole(path, cancel);
+}
+
+bool FileFacts::identical(const std::string& a, const std::string& b, const CancelToken* cancel) {
+  auto first = openForReading(a);
+  auto second = openForReading(b);
+  if (!first || !second || first->size() != second->size()) return false;
+  std::vector<char> left(kBlock), right(kBlock);
+  for (int64_t offset = 0; offset < first->size(); offset += kBlock) {
+    const auto one = first->read(offset, left, cancel);
+    const auto two = second->read(offset, right, cancel);
+    if (!one || !two || *one != *two || *one == 0) return false;
+    if (std::memcmp(left.data(), right.data(), *one) != 0) return false;
+  }
+  return !(cancel && cancel->isCancelled());
+}
+
+std::optional<std::string> FileFacts::identity(const std::string& path) {
+  struct stat info;
+  if (::lstat(path.c_str(), &info) != 0 || !S_ISREG(info.st_mode)) return std::nullopt;
+  const auto time = [](const timespec& t) {
+    char nanos[16];
+    std::snprintf(nanos, sizeof nanos, "%09ld", static_cast<long>(t.tv_nsec));
+    return std::to_string(t.tv_sec) + "." + nanos;
+  };
+  return std::to_string(info.st_dev) + ":" + std::to_string(info.st_ino) + ":" +
+         std::to_string(info.st_size) + ":" + time(info.st_mtim) + ":" + time(info.st_ctim);
+}
+
+std::optional<int64_t> FileFacts::privateSize(const std::string& path) {
+  const int fd = ::open(path.c_str(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC);
+  if (fd < 0) return std::nullopt;
+  const auto size = platform::privateSize(fd);
+  ::close(fd);
+  return size;
+}
+
+std::string FileFacts::hex(std::span<const unsigned char> digest) {
+  static constexpr char kDigits[] = "0123456789abcdef";
+  std::string text;
+  text.reserve(digest.size() * 2);
+  for (const unsigned char byte : digest) {
+    text += kDigits[byte >> 4];
+    text += kDigits[byte & 0xF];
+  }
+  return text;
+}
+
+}  // namespace tallyfin

@@ -1,0 +1,75 @@
+#pragma once
+
+// File primitives of the duplicate finder and the model inventory: hashes that
+// read as little as possible, a byte-for-byte comparison, a key that changes with
+// every new version of a file, and the bytes a file does not share with a clone.
+
+#include <cstdint>
+#include <optional>
+#include <span>
+#include <string>
+
+#include "kit/scan/scan_progress.h"
+
+namespace tallyfin {
+
+// An open file for reading, closed when it goes.
+class ReadableFile {
+ public:
+  ReadableFile(ReadableFile&& other) noexcept : fd_(other.fd_), size_(other.size_) { other.fd_ = -1; }
+  ReadableFile(const ReadableFile&) = delete;
+  ReadableFile& operator=(const ReadableFile&) = delete;
+  ReadableFile& operator=(ReadableFile&&) = delete;
+  ~ReadableFile();
+
+  int fd() const { return fd_; }
+  int64_t size() const { return size_; }
+
+  // Reads up to buffer.size() bytes at `offset`, retrying interrupted reads; the
+  // count read, or none on an error or when `cancel` is set.
+  std::optional<size_t> read(int64_t offset, std::span<char> buffer,
+                             const CancelToken* cancel = nullptr) const;
+
+ private:
+  friend class FileFacts;
+  ReadableFile(int fd, int64_t size) : fd_(fd), size_(size) {}
+  int fd_;
+  int64_t size_;
+};
+
+class FileFacts {
+ public:
+  static constexpr int64_t kBlock = 1'048'576;
+  static constexpr int64_t kWholeFileLimit = 8'388'608;
+  static constexpr int64_t kSample = 65'536;
+  static constexpr int kMiddleSamples = 48;
+
+  // A regular file, never through a link, never one whose reading would download it.
+  static std::optional<ReadableFile> openForReading(const std::string& path);
+
+  // SHA-256 of the size and three 1 MiB samples: start, middle, end.
+  static std::optional<std::string> fingerprint(const std::string& path, int64_t size);
+
+  // The whole file up to 8 MiB; beyond, the size, the first and last MiB and 48
+  // samples of 64 KiB between them.
+  static std::optional<std::string> sampledHash(const std::string& path, int64_t size,
+                                                const CancelToken* cancel = nullptr);
+
+  // SHA-256 of the whole content.
+  static std::optional<std::string> sha256(const std::string& path,
+                                           const CancelToken* cancel = nullptr);
+
+  // Same size and the same bytes, compared block by block.
+  static bool identical(const std::string& a, const std::string& b,
+                        const CancelToken* cancel = nullptr);
+
+  // device:inode:size:modified:changed, times with nanoseconds; regular files only.
+  static std::optional<std::string> identity(const std::string& path);
+
+  // Bytes that belong to this file alone.
+  static std::optional<int64_t> privateSize(const std::string& path);
+
+  static std::string hex(std::span<const unsigned char> digest);
+};
+
+}  // namespace tallyfin
