@@ -104,12 +104,19 @@ void BM_EncodeTree(benchmark::State& state) {
 }
 BENCHMARK(BM_EncodeTree)->Unit(benchmark::kMicrosecond);
 
-// The pruned tree of a whole scan of the 1,000,000-file fixture that
-// bench/scan-vs-peers.sh builds (its home folder is the fixture itself).
+// The 1,000,000-file fixture that bench/scan-vs-peers.sh builds; it plays the home folder.
+const std::string& millionFileHome() {
+  static const std::string home = [] {
+    const char* base = std::getenv("TFBENCH");
+    return std::string(base ? base : "/tmp/tfbench") + "/h1m";
+  }();
+  return home;
+}
+
+// The pruned tree of a whole scan of that fixture.
 const DiskNode& millionFileTree() {
   static const DiskNode tree = [] {
-    const char* base = std::getenv("TFBENCH");
-    const std::string root = std::string(base ? base : "/tmp/tfbench") + "/h1m";
+    const std::string& root = millionFileHome();
     if (!std::filesystem::exists(root)) return DiskNode{};
     CancelToken cancel;
     auto scan = Scanner(ScanConfiguration(root, root)).run(cancel);
@@ -121,18 +128,17 @@ const DiskNode& millionFileTree() {
 void BM_CleanupItems(benchmark::State& state) {
   const DiskNode& tree = millionFileTree();
   if (tree.children.empty()) {
-    state.SkipWithError("run bench/scan-vs-peers.sh once to build /tmp/tfbench/h1m");
+    state.SkipWithError("run bench/scan-vs-peers.sh once to build the fixture");
     return;
   }
-  const std::string home = "/tmp/tfbench/h1m";
-  const CleanupRules rules(home);
+  const CleanupRules rules(millionFileHome());
   for (auto _ : state) benchmark::DoNotOptimize(rules.items(tree, {}, {}));
 }
 BENCHMARK(BM_CleanupItems)->Unit(benchmark::kMillisecond);
 
 void BM_Buckets(benchmark::State& state) {
   const DiskNode& tree = millionFileTree();
-  for (auto _ : state) benchmark::DoNotOptimize(Analysis::buckets(tree, "/tmp/tfbench/h1m"));
+  for (auto _ : state) benchmark::DoNotOptimize(Analysis::buckets(tree, millionFileHome()));
 }
 BENCHMARK(BM_Buckets)->Unit(benchmark::kMicrosecond);
 

@@ -13,8 +13,10 @@
 
 namespace {
 
+constexpr const char* kUsage = "usage: tallyfin-scan [-t THREADS] FOLDER\n";
+
 int usage() {
-  std::fprintf(stderr, "usage: tallyfin-scan [-t THREADS] FOLDER\n");
+  std::fputs(kUsage, stderr);
   return 64;
 }
 
@@ -28,7 +30,8 @@ int main(int argc, char** argv) {
     if (argument == "-t" && i + 1 < argc) {
       threads = std::atoi(argv[++i]);
     } else if (argument == "-h" || argument == "--help") {
-      return usage() == 64 ? 0 : 0;
+      std::fputs(kUsage, stdout);
+      return 0;
     } else if (folder.empty()) {
       folder = argument;
     } else {

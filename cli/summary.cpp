@@ -5,6 +5,7 @@
 
 #include "cli/text_layout.h"
 #include "kit/agents/disk_status.h"
+#include "kit/cleanup/cleanup_totals.h"
 #include "kit/cleanup/hotspots.h"
 #include "kit/store/disk_info.h"
 #include "kit/store/format.h"
@@ -99,10 +100,9 @@ std::string textSummary(const SummaryInput& input) {
     }
   }
 
-  const nlohmann::json status = AgentJson::diskStatus(report, input.kept, input.now);
-  out += "\nCleanup: " + Format::bytes(status["safe_to_clean_bytes"].get<int64_t>()) +
-         " safe to clean, " + Format::bytes(status["worth_reviewing_bytes"].get<int64_t>()) +
-         " worth reviewing\n";
+  const CleanupTotals totals = cleanupTotals(report.items, input.kept);
+  out += "\nCleanup: " + Format::bytes(totals.safe) + " safe to clean, " +
+         Format::bytes(totals.review) + " worth reviewing\n";
   const auto items = visibleItems(input);
   if (items.empty()) out += "  Nothing to suggest.\n";
   for (const CleanupItem* item : items) {

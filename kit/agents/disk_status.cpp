@@ -2,16 +2,13 @@
 
 #include <cmath>
 
+#include "kit/cleanup/cleanup_totals.h"
 #include "kit/store/disk_info.h"
 
 namespace tallyfin::AgentJson {
 
 nlohmann::json diskStatus(const ScanReport& report, const std::set<std::string>& kept, double now) {
-  int64_t safe = 0, review = 0;
-  for (const auto& item : report.items) {
-    if (kept.contains(item.path)) continue;
-    (item.safety == Safety::safe ? safe : review) += item.size;
-  }
+  const CleanupTotals totals = cleanupTotals(report.items, kept);
   const auto health = diskHealth(report.disk);
   nlohmann::json areas = nlohmann::json::array();
   for (const auto& bucket : report.buckets) {
@@ -28,8 +25,8 @@ nlohmann::json diskStatus(const ScanReport& report, const std::set<std::string>&
         {"purgeable", report.disk.purgeable()},
         {"percent_used", percentUsed(report.disk)},
         {"health", health ? std::string(healthText(*health)) : std::string("unknown")}}},
-      {"safe_to_clean_bytes", safe},
-      {"worth_reviewing_bytes", review},
+      {"safe_to_clean_bytes", totals.safe},
+      {"worth_reviewing_bytes", totals.review},
       {"full_disk_access", report.disk.fullDiskAccess},
       {"biggest_areas", areas},
   };

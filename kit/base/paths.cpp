@@ -23,6 +23,12 @@ std::string joinPath(std::string_view parent, std::string_view name) {
   return path;
 }
 
+bool hasDotComponents(std::string_view path) {
+  bool found = false;
+  forEachComponent(path, [&](std::string_view piece) { found = found || piece == "." || piece == ".."; });
+  return found;
+}
+
 bool endsWith(std::string_view text, std::string_view suffix) {
   return text.size() >= suffix.size() && text.substr(text.size() - suffix.size()) == suffix;
 }

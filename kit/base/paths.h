@@ -16,6 +16,9 @@ std::string joinPath(std::string_view parent, std::string_view name);
 
 bool endsWith(std::string_view text, std::string_view suffix);
 
+// Whether any piece of the path is "." or "..".
+bool hasDotComponents(std::string_view path);
+
 // Calls `visit` with each non-empty piece of a slash-separated path.
 template <class Visit>
 void forEachComponent(std::string_view path, Visit&& visit) {

@@ -63,6 +63,13 @@ constexpr std::array<WorktreeStore, 5> kWorktreeStores = {{
 // Projects sit a few levels below home; the walk looks no deeper than this.
 constexpr int kProjectWorktreeDepth = 5;
 
+// The pattern that reaches one worktree of a store: its folder and one "*" per level.
+std::string worktreePattern(std::string_view home, const WorktreeStore& store) {
+  std::string pattern = std::string(home) + std::string(store.under);
+  for (int level = 0; level < store.depth; ++level) pattern += "/*";
+  return pattern;
+}
+
 bool isInstaller(std::string_view name) {
   const size_t dot = name.rfind('.');
   if (dot == std::string_view::npos) return false;
@@ -222,9 +229,7 @@ std::vector<PathNode> CleanupRules::expand(const DiskNode& tree, std::string_vie
 std::vector<PathNode> CleanupRules::agentWorktrees(const DiskNode& tree) const {
   std::vector<PathNode> found;
   for (const auto& store : kWorktreeStores) {
-    std::string pattern = home_ + std::string(store.under);
-    for (int level = 0; level < store.depth; ++level) pattern += "/*";
-    for (auto& hit : expand(tree, pattern)) found.push_back(std::move(hit));
+    for (auto& hit : expand(tree, worktreePattern(home_, store))) found.push_back(std::move(hit));
   }
   if (const DiskNode* home = tree.node(home_)) collectProjectWorktrees(*home, home_, 0, found);
   return found;
@@ -322,9 +327,7 @@ bool CleanupRules::recognizes(std::string_view path, std::string_view home) {
   if (parent == std::string(home) + "/Library/Developer/CoreSimulator/Devices") return true;
   if (parent == std::string(home) + "/Downloads" && isInstaller(name)) return true;
   for (const auto& store : kWorktreeStores) {
-    std::string pattern = std::string(home) + std::string(store.under);
-    for (int level = 0; level < store.depth; ++level) pattern += "/*";
-    if (matchesPattern(path, pattern, {})) return true;
+    if (matchesPattern(path, worktreePattern(home, store), {})) return true;
   }
   if (lastComponent(parentPath(parent)) == ".claude" && lastComponent(parent) == "worktrees") {
     return true;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
 namespace tallyfin::platform {
 
@@ -9,5 +10,8 @@ std::string trashFolder(const std::string& home);
 
 // The folder inside the Trash where moved items land, directly.
 std::string trashItemsFolder(const std::string& home);
+
+// Lowercased folders, ending in "/", under which the system mounts other disks.
+std::vector<std::string> otherDiskFolders();
 
 }  // namespace tallyfin::platform

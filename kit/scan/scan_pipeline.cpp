@@ -1,6 +1,5 @@
 #include "kit/scan/scan_pipeline.h"
 
-#include <array>
 #include <chrono>
 #include <condition_variable>
 #include <memory>
@@ -9,9 +8,11 @@
 
 #include "kit/cleanup/buckets.h"
 #include "kit/cleanup/cleanup_rules.h"
+#include "kit/cleanup/cleanup_totals.h"
 #include "kit/cleanup/hotspots.h"
 #include "kit/cleanup/keep_list.h"
 #include "kit/history/changes.h"
+#include "kit/base/saturating.h"
 #include "kit/history/history_files.h"
 #include "kit/scan/scan_lock.h"
 #include "kit/scan/scanner.h"
@@ -47,33 +48,6 @@ class ProbeRun {
   std::condition_variable finished_;
   std::optional<ToolSnapshot> snapshot_;
 };
-
-struct Reclaimable {
-  int64_t safe = 0;
-  int64_t review = 0;
-  std::optional<ScanFacts::Category> topCategory;
-};
-
-// Totals of the suggestions the user still sees: kept paths are left out.
-Reclaimable reclaimable(const std::vector<CleanupItem>& items, const std::set<std::string>& kept) {
-  Reclaimable totals;
-  std::array<int64_t, kCleanupCategoryCount> safeByCategory{};
-  for (const auto& item : items) {
-    if (kept.contains(item.path)) continue;
-    if (item.safety == Safety::safe) {
-      totals.safe += item.size;
-      safeByCategory[static_cast<size_t>(item.category)] += item.size;
-    } else {
-      totals.review += item.size;
-    }
-  }
-  const auto largest = std::max_element(safeByCategory.begin(), safeByCategory.end());
-  if (*largest > 0) {
-    const auto category = static_cast<CleanupCategory>(largest - safeByCategory.begin());
-    totals.topCategory = ScanFacts::Category{std::string(label(category)), *largest};
-  }
-  return totals;
-}
 
 PipelineError storageError(const Error& error) {
   return {PipelineError::Reason::storage, error.message};
@@ -148,7 +122,7 @@ Expected<PipelineResult, PipelineError> ScanPipeline::run(const CancelToken& can
     return fail(storageError(saved.error()));
   }
 
-  const Reclaimable totals = reclaimable(report.items, KeepList::paths(store));
+  const CleanupTotals totals = cleanupTotals(report.items, KeepList::paths(store));
   const auto top = report.changes ? Analysis::topGrowth(*report.changes) : std::nullopt;
   HistoryEntry entry{now, report.disk.used(), report.disk.free, totals.safe, totals.review,
                      trigger, std::nullopt, std::nullopt};
@@ -171,9 +145,12 @@ Expected<PipelineResult, PipelineError> ScanPipeline::run(const CancelToken& can
   facts.free = report.disk.free;
   if (previous) facts.usedDelta = report.changes->usedDelta;
   facts.reclaimableSafe = totals.safe;
-  facts.reclaimableTotal = totals.safe + totals.review;
+  facts.reclaimableTotal = saturatingAdd(totals.safe, totals.review);
   if (top) facts.topGrowth = ScanFacts::Growth{top->path, top->delta};
-  facts.topCategory = totals.topCategory;
+  if (totals.largestSafeCategory) {
+    facts.topCategory = ScanFacts::Category{std::string(label(*totals.largestSafeCategory)),
+                                            totals.largestSafeCategorySize};
+  }
   const auto state = store.load<NotificationState>(Store::File::notifications);
   auto [notification, newState] =
       NotificationPolicy(notificationSettings).decide(facts, state.value_or(NotificationState{}), now);

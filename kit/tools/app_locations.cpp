@@ -28,12 +28,6 @@ constexpr std::array<LeftoverFolder, 11> kLeftoverFolders = {{
     {"LaunchAgents", LeftoverKind::launchAgents},
 }};
 
-bool hasDotComponents(std::string_view path) {
-  bool found = false;
-  forEachComponent(path, [&](std::string_view piece) { found = found || piece == "." || piece == ".."; });
-  return found;
-}
-
 // Preference folders and launch agents hold property lists, saved state its
 // ".savedState" folders; the other folders hold whatever the app made.
 bool fitsKind(LeftoverKind kind, std::string_view name) {

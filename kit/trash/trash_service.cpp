@@ -32,12 +32,6 @@ constexpr std::string_view kNoLongerInTrash = "No longer in the Trash";
 constexpr std::string_view kDifferentItem = "A different item has that name in the Trash";
 constexpr int64_t kLargestKeyFile = 65'535;
 
-bool hasDotComponents(std::string_view path) {
-  bool found = false;
-  forEachComponent(path, [&](std::string_view piece) { found = found || piece == "." || piece == ".."; });
-  return found;
-}
-
 bool isSyntaxValid(std::string_view path) {
   return path.starts_with("/") && path.find("//") == std::string_view::npos &&
          path.find('\0') == std::string_view::npos && !hasDotComponents(path);
@@ -92,7 +86,11 @@ std::optional<std::string> TrashService::refusal(const std::string& given, Origi
     if (tree.starts_with(lower + "/")) return std::string(kContainsPersonalData);
   }
   if (!lower.starts_with(lowercased(home_) + "/")) {
-    if (lower.starts_with("/volumes/") || lower.starts_with("/media/") || lower.starts_with("/mnt/")) {
+    bool otherDisk = lower.starts_with("/volumes/");
+    for (const auto& folder : platform::otherDiskFolders()) {
+      otherDisk = otherDisk || lower.starts_with(folder);
+    }
+    if (otherDisk) {
       return "On another disk \u2014 Tallyfin cleans your home folder on this Mac. Use Finder for "
              "external drives";
     }

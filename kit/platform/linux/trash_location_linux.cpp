@@ -8,4 +8,7 @@ std::string trashFolder(const std::string&) { return applicationSupportFolder() 
 
 std::string trashItemsFolder(const std::string& home) { return trashFolder(home) + "/files"; }
 
+// Where desktops and administrators mount removable and extra disks.
+std::vector<std::string> otherDiskFolders() { return {"/media/", "/mnt/", "/run/media/"}; }
+
 }  // namespace tallyfin::platform
