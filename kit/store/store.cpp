@@ -9,6 +9,7 @@
 #include <cerrno>
 #include <filesystem>
 
+#include "kit/base/small_file.h"
 #include "kit/base/system_error.h"
 #include "kit/platform/user_folders.h"
 #include "kit/store/atomic_file.h"
@@ -36,10 +37,11 @@ void migrateLegacyFolder(const std::string& parent) {
 }  // namespace
 
 std::string_view Store::fileName(File file) {
-  static constexpr std::array<std::string_view, 9> kNames = {
+  static constexpr std::array<std::string_view, 10> kNames = {
       "report.json",  "history.json",          "snapshot.json",
       "keep.json",    "trash-journal.json",    "timings.json",
-      "notification-state.json", "folder-history.json", "scan.lock"};
+      "notification-state.json", "folder-history.json", "scan.lock",
+      "duplicate-hashes.plist"};
   return kNames[static_cast<size_t>(file)];
 }
 
@@ -70,25 +72,7 @@ Error Store::untrustedError(File file) const {
 
 std::optional<std::string> Store::loadText(File file) const {
   if (!isTrusted()) return std::nullopt;
-  const std::string path = url(file);
-  const int fd = ::open(path.c_str(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK);
-  if (fd < 0) return std::nullopt;
-  struct stat info;
-  std::optional<std::string> text;
-  if (::fstat(fd, &info) == 0 && S_ISREG(info.st_mode) && info.st_size <= kLargestLoad) {
-    std::string data(static_cast<size_t>(info.st_size), '\0');
-    size_t filled = 0;
-    while (filled < data.size()) {
-      const ssize_t count = ::read(fd, data.data() + filled, data.size() - filled);
-      if (count < 0 && errno == EINTR) continue;
-      if (count <= 0) break;
-      filled += static_cast<size_t>(count);
-    }
-    data.resize(filled);
-    text = std::move(data);
-  }
-  ::close(fd);
-  return text;
+  return readSmallFile(url(file), kLargestLoad);
 }
 
 std::optional<nlohmann::json> Store::loadJson(File file) const {

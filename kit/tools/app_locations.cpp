@@ -1,18 +1,19 @@
 #include "kit/tools/app_locations.h"
 
-#include <plist/plist.h>
 #include <sys/stat.h>
 
 #include <algorithm>
 #include <cctype>
-#include <fstream>
-#include <iterator>
 
 #include "kit/base/paths.h"
+#include "kit/base/small_file.h"
 #include "kit/base/text.h"
+#include "kit/tools/plist_values.h"
 
 namespace tallyfin::AppUninstaller {
 namespace {
+
+constexpr int64_t kLargestInfoPlist = 4'194'304;
 
 constexpr std::array<LeftoverFolder, 11> kLeftoverFolders = {{
     {"Application Support", LeftoverKind::support},
@@ -78,23 +79,12 @@ bool isLeftoverLocation(std::string_view path, std::string_view home) {
 }
 
 std::optional<std::string> bundleIdentifier(const std::string& bundlePath) {
-  std::ifstream file(bundlePath + "/Contents/Info.plist", std::ios::binary);
-  if (!file) return std::nullopt;
-  const std::string data((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
-  plist_t root = nullptr;
-  plist_from_memory(data.data(), static_cast<uint32_t>(data.size()), &root);
-  if (!root) return std::nullopt;
-  std::optional<std::string> identifier;
-  if (plist_get_node_type(root) == PLIST_DICT) {
-    plist_t node = plist_dict_get_item(root, "CFBundleIdentifier");
-    if (node && plist_get_node_type(node) == PLIST_STRING) {
-      char* text = nullptr;
-      plist_get_string_val(node, &text);
-      if (text && *text) identifier = text;
-      std::free(text);
-    }
-  }
-  plist_free(root);
+  const auto bytes = readSmallFile(bundlePath + "/Contents/Info.plist", kLargestInfoPlist);
+  if (!bytes) return std::nullopt;
+  const auto root = plist_values::parse(*bytes);
+  if (!root || plist_get_node_type(root.get()) != PLIST_DICT) return std::nullopt;
+  auto identifier = plist_values::stringValue(plist_dict_get_item(root.get(), "CFBundleIdentifier"));
+  if (identifier && identifier->empty()) return std::nullopt;
   return identifier;
 }
 
