@@ -27,6 +27,7 @@ class Store {
     notifications,
     folderHistory,
     lock,
+    duplicateHashes,
   };
 
   static constexpr int64_t kLargestLoad = 268'435'456;  // 256 MiB

@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <cstring>
 #include <memory>
@@ -41,21 +42,27 @@ class Sha256 {
 
 // Adds up to `length` bytes at `offset` to the hash; false on a read error.
 bool addRange(const ReadableFile& file, Sha256& hash, int64_t offset, int64_t length,
-              std::vector<char>& buffer, const CancelToken* cancel) {
+              std::vector<char>& buffer, const ReadWatch& watch) {
   const auto wanted = static_cast<size_t>(std::min<int64_t>(length, static_cast<int64_t>(buffer.size())));
-  const auto count = file.read(offset, std::span<char>(buffer.data(), wanted), cancel);
+  const auto count = file.read(offset, std::span<char>(buffer.data(), wanted), watch);
   if (!count) return false;
   hash.add(buffer.data(), *count);
   return true;
 }
 
-std::optional<std::string> hashWhole(const std::string& path, const CancelToken* cancel) {
+// Where the three 1 MiB samples of a fingerprint start: beginning, middle, end.
+std::array<int64_t, 3> fingerprintOffsets(int64_t size) {
+  const int64_t half = FileFacts::kBlock / 2;
+  return {0, std::max(size / 2, half) - half, std::max(size - FileFacts::kBlock, int64_t{0})};
+}
+
+std::optional<std::string> hashWhole(const std::string& path, const ReadWatch& watch) {
   auto file = FileFacts::openForReading(path);
   if (!file) return std::nullopt;
   std::vector<char> buffer(FileFacts::kBlock);
   Sha256 hash;
   for (int64_t offset = 0;;) {
-    const auto count = file->read(offset, buffer, cancel);
+    const auto count = file->read(offset, buffer, watch);
     if (!count) return std::nullopt;
     if (*count == 0) break;
     hash.add(buffer.data(), *count);
@@ -71,10 +78,10 @@ ReadableFile::~ReadableFile() {
 }
 
 std::optional<size_t> ReadableFile::read(int64_t offset, std::span<char> buffer,
-                                         const CancelToken* cancel) const {
+                                         const ReadWatch& watch) const {
   size_t filled = 0;
   while (filled < buffer.size()) {
-    if (cancel && cancel->isCancelled()) return std::nullopt;
+    if (watch.stopped()) return std::nullopt;
     const ssize_t count = ::pread(fd_, buffer.data() + filled, buffer.size() - filled,
                                   offset + static_cast<int64_t>(filled));
     if (count < 0 && errno == EINTR) continue;
@@ -83,6 +90,7 @@ std::optional<size_t> ReadableFile::read(int64_t offset, std::span<char> buffer,
     filled += static_cast<size_t>(count);
   }
   platform::releaseCache(fd_, offset, static_cast<int64_t>(filled));
+  if (watch.counted && filled > 0) watch.counted(static_cast<int64_t>(filled));
   return filled;
 }
 
@@ -98,53 +106,87 @@ std::optional<ReadableFile> FileFacts::openForReading(const std::string& path) {
   return ReadableFile(fd, info.st_size);
 }
 
-std::optional<std::string> FileFacts::fingerprint(const std::string& path, int64_t size) {
+std::optional<std::string> FileFacts::fingerprint(const std::string& path, int64_t size,
+                                                  const ReadWatch& watch) {
   auto file = openForReading(path);
   if (!file) return std::nullopt;
   std::vector<char> buffer(kBlock);
   Sha256 hash;
   hash.addSize(size);
-  const int64_t half = kBlock / 2;
-  for (const int64_t offset : {int64_t{0}, std::max(size / 2, half) - half, std::max(size - kBlock, int64_t{0})}) {
-    if (!addRange(*file, hash, offset, kBlock, buffer, nullptr)) return std::nullopt;
+  for (const int64_t offset : fingerprintOffsets(size)) {
+    if (!addRange(*file, hash, offset, kBlock, buffer, watch)) return std::nullopt;
   }
   return hash.finish();
+}
+
+std::optional<std::string> FileFacts::headHash(const std::string& path, int64_t size,
+                                               const ReadWatch& watch) {
+  auto file = openForReading(path);
+  if (!file) return std::nullopt;
+  std::vector<char> buffer(kHead);
+  Sha256 hash;
+  hash.addSize(size);
+  if (!addRange(*file, hash, 0, kHead, buffer, watch)) return std::nullopt;
+  return hash.finish();
+}
+
+std::optional<FileFacts::SmallFileHashes> FileFacts::smallFileHashes(const std::string& path, int64_t size,
+                                                                     const ReadWatch& watch) {
+  if (size > kWholeFileLimit) return std::nullopt;
+  auto file = openForReading(path);
+  if (!file) return std::nullopt;
+  // One byte more than expected shows a file that grew since it was listed.
+  std::vector<char> content(static_cast<size_t>(size) + 1);
+  const auto count = file->read(0, content, watch);
+  if (!count) return std::nullopt;
+  const auto length = static_cast<int64_t>(*count);
+  if (length > size) return std::nullopt;
+  Sha256 whole;
+  whole.add(content.data(), *count);
+  // The same bytes the fingerprint's samples read, taken from memory.
+  Sha256 fingerprint;
+  fingerprint.addSize(size);
+  for (const int64_t offset : fingerprintOffsets(size)) {
+    const int64_t start = std::min(offset, length);
+    fingerprint.add(content.data() + start, static_cast<size_t>(std::min(kBlock, length - start)));
+  }
+  return SmallFileHashes{fingerprint.finish(), whole.finish()};
 }
 
 std::optional<std::string> FileFacts::sampledHash(const std::string& path, int64_t size,
-                                                  const CancelToken* cancel) {
-  if (size <= kWholeFileLimit) return hashWhole(path, cancel);
+                                                  const ReadWatch& watch) {
+  if (size <= kWholeFileLimit) return hashWhole(path, watch);
   auto file = openForReading(path);
   if (!file) return std::nullopt;
   std::vector<char> buffer(kBlock);
   Sha256 hash;
   hash.addSize(size);
-  if (!addRange(*file, hash, 0, kBlock, buffer, cancel)) return std::nullopt;
-  if (!addRange(*file, hash, size - kBlock, kBlock, buffer, cancel)) return std::nullopt;
+  if (!addRange(*file, hash, 0, kBlock, buffer, watch)) return std::nullopt;
+  if (!addRange(*file, hash, size - kBlock, kBlock, buffer, watch)) return std::nullopt;
   const int64_t span = size - 2 * kBlock - kSample;
   for (int i = 0; i < kMiddleSamples; ++i) {
     const int64_t offset = kBlock + span * i / (kMiddleSamples - 1);
-    if (!addRange(*file, hash, offset, kSample, buffer, cancel)) return std::nullopt;
+    if (!addRange(*file, hash, offset, kSample, buffer, watch)) return std::nullopt;
   }
   return hash.finish();
 }
 
-std::optional<std::string> FileFacts::sha256(const std::string& path, const CancelToken* cancel) {
-  return hashWhole(path, cancel);
+std::optional<std::string> FileFacts::sha256(const std::string& path, const ReadWatch& watch) {
+  return hashWhole(path, watch);
 }
 
-bool FileFacts::identical(const std::string& a, const std::string& b, const CancelToken* cancel) {
+bool FileFacts::identical(const std::string& a, const std::string& b, const ReadWatch& watch) {
   auto first = openForReading(a);
   auto second = openForReading(b);
   if (!first || !second || first->size() != second->size()) return false;
   std::vector<char> left(kBlock), right(kBlock);
   for (int64_t offset = 0; offset < first->size(); offset += kBlock) {
-    const auto one = first->read(offset, left, cancel);
-    const auto two = second->read(offset, right, cancel);
+    const auto one = first->read(offset, left, watch);
+    const auto two = second->read(offset, right, watch);
     if (!one || !two || *one != *two || *one == 0) return false;
     if (std::memcmp(left.data(), right.data(), *one) != 0) return false;
   }
-  return !(cancel && cancel->isCancelled());
+  return !watch.stopped();
 }
 
 std::optional<std::string> FileFacts::identity(const std::string& path) {

@@ -5,6 +5,7 @@
 // every new version of a file, and the bytes a file does not share with a clone.
 
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <span>
 #include <string>
@@ -12,6 +13,17 @@
 #include "kit/scan/scan_progress.h"
 
 namespace tallyfin {
+
+// What a hashing caller wants to hear while a file is read: whether to stop, and
+// how many bytes each read brought in (for progress and for counting the cost).
+struct ReadWatch {
+  ReadWatch(const CancelToken* cancelToken = nullptr, std::function<void(int64_t)> onRead = {})
+      : cancel(cancelToken), counted(std::move(onRead)) {}
+  const CancelToken* cancel;
+  std::function<void(int64_t)> counted;
+
+  bool stopped() const { return cancel && cancel->isCancelled(); }
+};
 
 // An open file for reading, closed when it goes.
 class ReadableFile {
@@ -26,9 +38,9 @@ class ReadableFile {
   int64_t size() const { return size_; }
 
   // Reads up to buffer.size() bytes at `offset`, retrying interrupted reads; the
-  // count read, or none on an error or when `cancel` is set.
+  // count read, or none on an error or once the watch says stop.
   std::optional<size_t> read(int64_t offset, std::span<char> buffer,
-                             const CancelToken* cancel = nullptr) const;
+                             const ReadWatch& watch = {}) const;
 
  private:
   friend class FileFacts;
@@ -43,25 +55,41 @@ class FileFacts {
   static constexpr int64_t kWholeFileLimit = 8'388'608;
   static constexpr int64_t kSample = 65'536;
   static constexpr int kMiddleSamples = 48;
+  static constexpr int64_t kHead = 65'536;
+
+  // The fingerprint and the SHA-256 of the whole content of a small file, from one read.
+  struct SmallFileHashes {
+    std::string fingerprint;
+    std::string whole;  // which is also its sampled and its full hash
+  };
 
   // A regular file, never through a link, never one whose reading would download it.
   static std::optional<ReadableFile> openForReading(const std::string& path);
 
+  // SHA-256 of the size and the first 64 KiB: most different files of one size
+  // part here, for almost no reading.
+  static std::optional<std::string> headHash(const std::string& path, int64_t size,
+                                             const ReadWatch& watch = {});
+
   // SHA-256 of the size and three 1 MiB samples: start, middle, end.
-  static std::optional<std::string> fingerprint(const std::string& path, int64_t size);
+  static std::optional<std::string> fingerprint(const std::string& path, int64_t size,
+                                                const ReadWatch& watch = {});
+
+  // For a file of at most 8 MiB: both hashes with every byte read once, where the
+  // samples of a fingerprint would overlap or be followed by a whole read anyway.
+  static std::optional<SmallFileHashes> smallFileHashes(const std::string& path, int64_t size,
+                                                        const ReadWatch& watch = {});
 
   // The whole file up to 8 MiB; beyond, the size, the first and last MiB and 48
   // samples of 64 KiB between them.
   static std::optional<std::string> sampledHash(const std::string& path, int64_t size,
-                                                const CancelToken* cancel = nullptr);
+                                                const ReadWatch& watch = {});
 
   // SHA-256 of the whole content.
-  static std::optional<std::string> sha256(const std::string& path,
-                                           const CancelToken* cancel = nullptr);
+  static std::optional<std::string> sha256(const std::string& path, const ReadWatch& watch = {});
 
   // Same size and the same bytes, compared block by block.
-  static bool identical(const std::string& a, const std::string& b,
-                        const CancelToken* cancel = nullptr);
+  static bool identical(const std::string& a, const std::string& b, const ReadWatch& watch = {});
 
   // device:inode:size:modified:changed, times with nanoseconds; regular files only.
   static std::optional<std::string> identity(const std::string& path);

@@ -8,33 +8,17 @@
 
 #include <vector>
 
+#include "tests/support/file_content.h"
 #include "tests/support/process.h"
 #include "tests/support/temp_folder.h"
 
 namespace tallyfin {
 namespace {
 
+using testing::flipByte;
+using testing::MiB;
+using testing::patternFile;
 using testing::TempFolder;
-constexpr int64_t MiB = 1'048'576;
-
-// A file of `size` bytes whose every 4 KiB page holds different bytes, so any
-// misplaced read changes a hash.
-void patternFile(const std::string& path, int64_t size) {
-  std::vector<char> data(static_cast<size_t>(size));
-  for (int64_t i = 0; i < size; ++i) data[i] = static_cast<char>((i * 7 + i / 4096 * 13) & 0xFF);
-  const int fd = ::open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
-  ASSERT_EQ(::write(fd, data.data(), data.size()), static_cast<ssize_t>(data.size()));
-  ::close(fd);
-}
-
-void flipByte(const std::string& path, int64_t offset) {
-  const int fd = ::open(path.c_str(), O_RDWR | O_CLOEXEC);
-  char byte = 0;
-  ASSERT_EQ(::pread(fd, &byte, 1, offset), 1);
-  byte = static_cast<char>(byte ^ 0x5A);
-  ASSERT_EQ(::pwrite(fd, &byte, 1, offset), 1);
-  ::close(fd);
-}
 
 // The reference: the given ranges of `path`, after the 8-byte little-endian size,
 // copied into one file and hashed by sha256sum.
@@ -84,6 +68,23 @@ TEST(FileFacts, SampledHashReadsWholeSmallFilesAndFiftySamplesOfLargeOnes) {
   for (int64_t i = 0; i < 48; ++i) ranges.emplace_back(MiB + (size - 2'162'688) * i / 47, 65'536);
   EXPECT_EQ(FileFacts::sampledHash(dir / "large", size), referenceHash(dir, dir / "large", size, ranges));
   EXPECT_EQ(FileFacts::sha256(dir / "large"), sha256sum(dir / "large"));
+}
+
+TEST(FileFacts, OneReadOfASmallFileGivesTheSameHashesAsTheSamples) {
+  TempFolder dir;
+  for (const int64_t size : {int64_t{10}, MiB + MiB / 2, 3 * MiB + 7, 8 * MiB}) {
+    patternFile(dir / "f", size);
+    const auto both = FileFacts::smallFileHashes(dir / "f", size);
+    ASSERT_TRUE(both.has_value()) << size;
+    EXPECT_EQ(both->fingerprint, FileFacts::fingerprint(dir / "f", size)) << size;
+    EXPECT_EQ(both->whole, FileFacts::sha256(dir / "f")) << size;
+  }
+  patternFile(dir / "f", 8 * MiB + 1);
+  EXPECT_FALSE(FileFacts::smallFileHashes(dir / "f", 8 * MiB + 1).has_value());
+  EXPECT_FALSE(FileFacts::smallFileHashes(dir / "f", 8 * MiB).has_value());  // it grew since
+
+  EXPECT_EQ(FileFacts::headHash(dir / "f", 8 * MiB + 1),
+            referenceHash(dir, dir / "f", 8 * MiB + 1, {{0, FileFacts::kHead}}));
 }
 
 TEST(FileFacts, OnlyTheByteComparisonSeesADifferenceBetweenSamples) {

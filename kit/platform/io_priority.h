@@ -1,0 +1,19 @@
+#pragma once
+
+namespace tallyfin::platform {
+
+// Puts the calling thread's disk reads behind everyone else's for as long as it
+// lives, so a long hashing job never makes the machine feel slow; the previous
+// priority comes back when it goes.
+class LowIoPriority {
+ public:
+  LowIoPriority();
+  ~LowIoPriority();
+  LowIoPriority(const LowIoPriority&) = delete;
+  LowIoPriority& operator=(const LowIoPriority&) = delete;
+
+ private:
+  int previous_;  // -1 when it could not be read
+};
+
+}  // namespace tallyfin::platform

@@ -1,0 +1,29 @@
+#include "kit/platform/io_priority.h"
+
+#include <linux/ioprio.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+namespace tallyfin::platform {
+namespace {
+
+// Who 0 with IOPRIO_WHO_PROCESS is the calling thread, not the whole process.
+int threadPriority() { return static_cast<int>(::syscall(SYS_ioprio_get, IOPRIO_WHO_PROCESS, 0)); }
+
+void setThreadPriority(int priority) {
+  ::syscall(SYS_ioprio_set, IOPRIO_WHO_PROCESS, 0, priority);
+}
+
+}  // namespace
+
+// Best effort at its lowest level rather than the idle class: idle reads can
+// starve outright on a busy disk, and the user is waiting for this result.
+LowIoPriority::LowIoPriority() : previous_(threadPriority()) {
+  setThreadPriority(IOPRIO_PRIO_VALUE(IOPRIO_CLASS_BE, IOPRIO_BE_NR - 1));
+}
+
+LowIoPriority::~LowIoPriority() {
+  if (previous_ >= 0) setThreadPriority(previous_);
+}
+
+}  // namespace tallyfin::platform

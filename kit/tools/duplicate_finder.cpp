@@ -1,0 +1,300 @@
+#include "kit/tools/duplicate_finder.h"
+
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <atomic>
+#include <map>
+#include <set>
+#include <thread>
+#include <utility>
+
+#include "kit/base/paths.h"
+#include "kit/platform/io_priority.h"
+#include "kit/scan/directory_reader.h"
+#include "kit/scan/mount_table.h"
+#include "kit/tools/file_facts.h"
+
+namespace tallyfin {
+namespace {
+
+// Enough reads in flight to keep an SSD busy; more would only thrash a spinning disk.
+constexpr size_t kHashWorkers = 4;
+constexpr int64_t kFingerprintBytes = 3 * FileFacts::kBlock;
+constexpr int64_t kSampledBytes = 5 * FileFacts::kBlock;
+constexpr int64_t kListingReportEvery = 1'000;
+
+struct Candidate {
+  std::string path;
+  int64_t size = 0;
+  int64_t modified = 0;
+};
+
+using Hashes = std::vector<std::optional<std::string>>;
+
+// Bytes hashed against bytes planned, told to the caller as they move.
+class ProgressMeter {
+ public:
+  explicit ProgressMeter(const DuplicateProgressCallback& callback) : callback_(callback) {}
+
+  void plan(int64_t bytes) {
+    const std::lock_guard guard(lock_);
+    progress_.totalBytes += bytes;
+    report();
+  }
+  void advance(int64_t bytes) {
+    const std::lock_guard guard(lock_);
+    // Small files read more than their size in samples; the bar never runs past full.
+    progress_.hashedBytes = std::min(progress_.hashedBytes + bytes, progress_.totalBytes);
+    report();
+  }
+
+ private:
+  void report() {
+    if (callback_) callback_(progress_);
+  }
+  const DuplicateProgressCallback& callback_;
+  std::mutex lock_;
+  DuplicateProgress progress_;
+};
+
+// One way of hashing a file, with what it is expected to read.
+struct Stage {
+  DuplicateCache::Kind kind;
+  int64_t (*planned)(int64_t size);
+  DuplicateCache::Hashes (*compute)(const std::string& path, int64_t size, const ReadWatch& watch);
+
+  bool readsWhole(int64_t size) const {
+    return kind == DuplicateCache::Kind::full ||
+           (kind != DuplicateCache::Kind::head && size <= FileFacts::kWholeFileLimit);
+  }
+};
+
+DuplicateCache::Hashes only(DuplicateCache::Kind kind, std::optional<std::string> value) {
+  if (!value) return {};
+  return {{kind, std::move(*value)}};
+}
+
+const Stage kHeadStage{
+    DuplicateCache::Kind::head, [](int64_t size) { return std::min(size, FileFacts::kHead); },
+    [](const std::string& path, int64_t size, const ReadWatch& watch) {
+      return only(DuplicateCache::Kind::head, FileFacts::headHash(path, size, watch));
+    }};
+
+// A small file is read once, whole: that one read gives its fingerprint and its
+// dense hash, where the samples alone would read most of it twice.
+const Stage kFingerprintStage{
+    DuplicateCache::Kind::fingerprint,
+    [](int64_t size) { return size <= FileFacts::kWholeFileLimit ? size : kFingerprintBytes; },
+    [](const std::string& path, int64_t size, const ReadWatch& watch) {
+      if (size > FileFacts::kWholeFileLimit) {
+        return only(DuplicateCache::Kind::fingerprint, FileFacts::fingerprint(path, size, watch));
+      }
+      const auto both = FileFacts::smallFileHashes(path, size, watch);
+      if (!both) return DuplicateCache::Hashes{};
+      return DuplicateCache::Hashes{{DuplicateCache::Kind::fingerprint, both->fingerprint},
+                                    {DuplicateCache::Kind::sampled, both->whole},
+                                    {DuplicateCache::Kind::full, both->whole}};
+    }};
+
+const Stage kSampledStage{
+    DuplicateCache::Kind::sampled, [](int64_t size) { return std::min(size, kSampledBytes); },
+    [](const std::string& path, int64_t size, const ReadWatch& watch) {
+      return only(DuplicateCache::Kind::sampled, FileFacts::sampledHash(path, size, watch));
+    }};
+
+const Stage kFullStage{
+    DuplicateCache::Kind::full, [](int64_t size) { return size; },
+    [](const std::string& path, int64_t, const ReadWatch& watch) {
+      return only(DuplicateCache::Kind::full, FileFacts::sha256(path, watch));
+    }};
+
+void addToStats(const DuplicateSearch& search, const std::function<void(DuplicateStats::Counts&)>& change) {
+  if (search.stats) search.stats->update(change);
+}
+
+bool cancelled(const DuplicateSearch& search) { return search.cancel && search.cancel->isCancelled(); }
+
+// Runs body(i) for every i below count on a few low-priority workers.
+void forEachInParallel(size_t count, const std::function<void(size_t)>& body) {
+  std::atomic<size_t> next{0};
+  const auto work = [&] {
+    const platform::LowIoPriority background;
+    for (size_t i = next++; i < count; i = next++) body(i);
+  };
+  std::vector<std::jthread> workers;
+  const size_t extra = std::min(kHashWorkers, count) - (count > 0 ? 1 : 0);
+  for (size_t w = 0; w < extra; ++w) workers.emplace_back(work);
+  work();
+}
+
+// The hash of every file, read through the cache; none where reading failed or
+// the search was cancelled first.
+Hashes hashAll(const std::vector<const Candidate*>& files, const Stage& stage,
+               const DuplicateSearch& search, DuplicateCache& cache, ProgressMeter& meter) {
+  for (const Candidate* file : files) meter.plan(stage.planned(file->size));
+  Hashes hashes(files.size());
+  forEachInParallel(files.size(), [&](size_t i) {
+    if (cancelled(search)) return;
+    const Candidate& file = *files[i];
+    int64_t read = 0;
+    const ReadWatch watch(search.cancel, [&](int64_t bytes) {
+      read += bytes;
+      meter.advance(bytes);
+    });
+    hashes[i] = cache.hash(file.path, stage.kind, [&] { return stage.compute(file.path, file.size, watch); });
+    if (read == 0) meter.advance(stage.planned(file.size));  // known from an earlier run
+    if (!hashes[i]) return;
+    addToStats(search, [&](DuplicateStats::Counts& counts) {
+      counts.bytes += read;
+      if (stage.kind == DuplicateCache::Kind::fingerprint) counts.fingerprinted += 1;
+      if (read > 0 && stage.readsWhole(file.size)) counts.fullyRead += 1;
+    });
+  });
+  return hashes;
+}
+
+// Files of one size, each set kept only when it holds two or more.
+using Groups = std::vector<std::vector<const Candidate*>>;
+
+template <class Key>
+Groups keepShared(std::map<Key, std::vector<const Candidate*>>& byKey) {
+  Groups groups;
+  for (auto& [key, files] : byKey) {
+    if (files.size() >= 2) groups.push_back(std::move(files));
+  }
+  return groups;
+}
+
+// Splits every group by the stage's hash; files without a hash drop out.
+std::pair<Groups, std::vector<std::string>> regroup(const Groups& groups, const Stage& stage,
+                                                    const DuplicateSearch& search, DuplicateCache& cache,
+                                                    ProgressMeter& meter) {
+  std::vector<const Candidate*> files;
+  for (const auto& group : groups) files.insert(files.end(), group.begin(), group.end());
+  const Hashes hashes = hashAll(files, stage, search, cache, meter);
+  std::map<std::pair<int64_t, std::string>, std::vector<const Candidate*>> byHash;
+  for (size_t i = 0; i < files.size(); ++i) {
+    if (hashes[i]) byHash[{files[i]->size, *hashes[i]}].push_back(files[i]);
+  }
+  std::vector<std::string> keys;
+  for (const auto& [key, members] : byHash) {
+    if (members.size() >= 2) keys.push_back(key.second);
+  }
+  return {keepShared(byHash), std::move(keys)};
+}
+
+// The candidates worth reading: big enough, the user's own, counted once per
+// inode, and with their data really on disk.
+std::vector<Candidate> usableCandidates(const std::vector<DuplicateCandidate>& given,
+                                        const DuplicateSearch& search) {
+  std::vector<Candidate> usable;
+  std::set<std::pair<dev_t, ino_t>> seen;
+  for (const auto& candidate : given) {
+    if (candidate.size < search.minimum || !DuplicateFinder::isUserFile(candidate.path, search.home)) continue;
+    struct stat info;
+    if (::lstat(candidate.path.c_str(), &info) != 0 || !S_ISREG(info.st_mode)) continue;
+    if (info.st_size < search.minimum || !seen.insert({info.st_dev, info.st_ino}).second) continue;
+    // Sparse, compressed or evicted files would give false sizes and slow reads.
+    if (static_cast<int64_t>(info.st_blocks) * 512 < info.st_size / 2) continue;
+    usable.push_back({candidate.path, info.st_size, info.st_mtim.tv_sec});
+  }
+  return usable;
+}
+
+}  // namespace
+
+DuplicateStats::Counts DuplicateStats::counts() const {
+  const std::lock_guard guard(lock_);
+  return counts_;
+}
+
+void DuplicateStats::update(const std::function<void(Counts&)>& change) {
+  const std::lock_guard guard(lock_);
+  change(counts_);
+}
+
+namespace DuplicateFinder {
+
+std::vector<DuplicateGroup> find(const std::vector<DuplicateCandidate>& given,
+                                 const DuplicateSearch& search) {
+  const platform::LowIoPriority background;
+  const std::vector<Candidate> candidates = usableCandidates(given, search);
+  addToStats(search, [&](DuplicateStats::Counts& counts) {
+    counts.candidates += static_cast<int64_t>(candidates.size());
+  });
+
+  std::map<int64_t, std::vector<const Candidate*>> bySize;
+  for (const auto& candidate : candidates) bySize[candidate.size].push_back(&candidate);
+  const Groups sameSize = keepShared(bySize);
+  addToStats(search, [&](DuplicateStats::Counts& counts) {
+    for (const auto& group : sameSize) counts.sameSize += static_cast<int64_t>(group.size());
+  });
+
+  // Without the caller's cache a search still keeps what one stage learns for the next.
+  DuplicateCache memoryOnly;
+  DuplicateCache& cache = search.cache ? *search.cache : memoryOnly;
+  ProgressMeter meter(search.progress);
+  const Groups sameHead = regroup(sameSize, kHeadStage, search, cache, meter).first;
+  const Groups similar = regroup(sameHead, kFingerprintStage, search, cache, meter).first;
+  if (cancelled(search)) return {};
+  const auto [identical, hashes] =
+      regroup(similar, search.fullHash ? kFullStage : kSampledStage, search, cache, meter);
+
+  std::vector<DuplicateGroup> groups;
+  for (size_t g = 0; g < identical.size(); ++g) {
+    DuplicateGroup group{hashes[g], identical[g].front()->size, {}, search.fullHash};
+    for (const Candidate* file : identical[g]) {
+      group.files.push_back({file->path, file->modified, FileFacts::privateSize(file->path).value_or(0)});
+    }
+    groups.push_back(std::move(group));
+  }
+  std::stable_sort(groups.begin(), groups.end(), [](const DuplicateGroup& a, const DuplicateGroup& b) {
+    return a.reclaimable() > b.reclaimable();
+  });
+  return groups;
+}
+
+CollectedFiles collect(const std::string& folder, const DuplicateSearch& search, size_t limit) {
+  CollectedFiles collected;
+  DirectoryReader reader(MountTable::current());
+  struct stat top;
+  if (::stat(folder.c_str(), &top) != 0) return collected;
+  int64_t listed = 0;
+  const auto report = [&] {
+    if (search.progress) search.progress({0, 0, listed});
+  };
+  std::vector<std::string> pending{folder};
+  while (!pending.empty() && !cancelled(search)) {
+    const std::string current = std::move(pending.back());
+    pending.pop_back();
+    const auto listing = reader.list(current);
+    if (!listing) continue;  // an unreadable folder holds nothing we can compare
+    for (const DirEntry& entry : *listing) {
+      const std::string path = joinPath(current, entry.rawName);
+      if (entry.isDirectory) {
+        // A folder is entered when a file inside it would count as the user's.
+        if (entry.device != -1 && isUserFile(path + "/-", search.home)) pending.push_back(path);
+        continue;
+      }
+      if (++listed % kListingReportEvery == 0) report();
+      if (entry.logicalSize < search.minimum || !isUserFile(path, search.home)) continue;
+      if (collected.candidates.size() >= limit) {
+        collected.truncated = true;
+        return collected;
+      }
+      collected.candidates.push_back({path, entry.logicalSize, entry.modified});
+    }
+  }
+  report();
+  return collected;
+}
+
+std::string searchHome(const std::string& folder, const std::string& home) {
+  if (folder == home || folder.starts_with(home + "/")) return home;
+  // Below "/" every path is inside; the empty base makes "/" + relative work out.
+  return folder == "/" ? std::string() : folder;
+}
+
+}  // namespace DuplicateFinder
+}  // namespace tallyfin
