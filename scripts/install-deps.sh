@@ -1,13 +1,14 @@
 #!/bin/sh
 # Installs the Debian 12 packages Tallyfin builds, tests and benchmarks with.
 # Usage: scripts/install-deps.sh [--bench]
-#   --bench  also installs the peer disk tools the benchmarks compare against.
+#   --bench  also installs the peer disk tools and duplicate finders the benchmarks
+#            compare against.
 set -eu
 
 packages="build-essential cmake ninja-build python3 pkg-config
   nlohmann-json3-dev libgtest-dev libgmock-dev libbenchmark-dev libplist-dev libssl-dev
-  trash-cli"
-bench_packages="gdu ncdu"
+  libpcre2-dev trash-cli"
+bench_packages="gdu ncdu rmlint jdupes fdupes"
 
 if [ "${1:-}" = "--bench" ]; then
   packages="$packages $bench_packages"
