@@ -2,7 +2,6 @@
 // report into the shared data folder and prints a summary. Results go to
 // standard output; everything else to standard error as "tallyfin: " lines.
 
-#include <signal.h>
 #include <sys/stat.h>
 #include <stdlib.h>
 #include <unistd.h>
@@ -12,6 +11,9 @@
 #include <string>
 #include <vector>
 
+#include "cli/command_support.h"
+#include "cli/duplicates_command.h"
+#include "cli/interrupt.h"
 #include "cli/options.h"
 #include "cli/progress_line.h"
 #include "cli/summary.h"
@@ -24,15 +26,9 @@ namespace {
 
 using namespace tallyfin;
 
-enum ExitCode { kOk = 0, kScanFailed = 1, kBusy = 2, kNoReport = 3, kUsage = 64 };
+using namespace tallyfin::cli::exit_code;
 
-CancelToken* interruptToken = nullptr;
-
-void cancelOnInterrupt(int) {
-  if (interruptToken) interruptToken->cancel();
-}
-
-void diagnose(const std::string& message) { std::fprintf(stderr, "tallyfin: %s\n", message.c_str()); }
+using cli::diagnose;
 
 double secondsSinceEpoch() {
   using namespace std::chrono;
@@ -50,51 +46,34 @@ int printSummary(const cli::Options& options, const Store& store, const ScanRepo
 }
 
 int showSavedScan(const cli::Options& options, const Store& store) {
-  const auto text = store.loadText(Store::File::report);
-  auto report = text ? decodeReport(*text) : Expected<ScanReport, std::string>(fail(std::string()));
+  const auto report = loadReport(store);
   if (!report) {
-    diagnose("no saved scan in " + store.directory() +
-             " — run tallyfin without --no-scan to make one.");
+    diagnose(cli::noSavedScanMessage(store) + " — run tallyfin without --no-scan to make one.");
     return kNoReport;
   }
   return printSummary(options, store, *report);
 }
 
-// A folder given on the command line, as the real path the scanner starts from.
-std::string scanRoot(const std::string& given) {
-  char resolved[PATH_MAX];
-  if (::realpath(given.c_str(), resolved)) return resolved;
-  if (given.starts_with("/")) return given;
-  char current[PATH_MAX];
-  return ::getcwd(current, sizeof current) ? std::string(current) + "/" + given : given;
-}
-
 int scan(const cli::Options& options, const Store& store, const std::string& home) {
   ScanConfiguration configuration = ScanConfiguration::wholeDisk(home);
   if (options.root) {
-    configuration.root = scanRoot(*options.root);
+    configuration.root = cli::givenPath(*options.root, home);
     configuration.displayRoot = configuration.root;
     struct stat info;
     if (::stat(configuration.root.c_str(), &info) == 0 && !S_ISDIR(info.st_mode)) {
       diagnose(configuration.root + " is not a folder — give --root a folder to scan.");
-      return kUsage;
+      return kBadArguments;
     }
   }
   const ScanPipeline pipeline{store, configuration, NotificationSettings{}, {},
                               ScanTrigger::manual};
 
   CancelToken cancel;
-  interruptToken = &cancel;
-  struct sigaction action {};
-  action.sa_handler = cancelOnInterrupt;
-  ::sigaction(SIGINT, &action, nullptr);
-  ::sigaction(SIGTERM, &action, nullptr);
-
+  const cli::CancelOnInterrupt interrupt(cancel);
   cli::ProgressLine progress(home);
   auto result = pipeline.run(cancel, secondsSinceEpoch(),
                              [&progress](const ScanProgress& p) { progress.update(p); });
   progress.clear();
-  interruptToken = nullptr;
 
   if (!result) {
     const PipelineError& error = result.error();
@@ -116,7 +95,7 @@ int main(int argc, char** argv) {
   if (!options) {
     diagnose(options.error());
     std::fprintf(stderr, "%s\n", std::string(cli::kUsage).c_str());
-    return kUsage;
+    return kBadArguments;
   }
   switch (options->command) {
     case cli::Options::Command::help:
@@ -125,13 +104,14 @@ int main(int argc, char** argv) {
     case cli::Options::Command::mcp:
     case cli::Options::Command::connect:
     case cli::Options::Command::clients:
-    case cli::Options::Command::duplicates:
       diagnose("this command is not available yet in this build.");
-      return kUsage;
+      return kBadArguments;
+    case cli::Options::Command::duplicates:
     case cli::Options::Command::scan:
       break;
   }
   const std::string home = platform::homeFolder();
   const Store store = options->store ? Store(*options->store) : Store::standard();
+  if (options->command == cli::Options::Command::duplicates) return cli::findDuplicates(*options, store, home);
   return options->noScan ? showSavedScan(*options, store) : scan(*options, store, home);
 }

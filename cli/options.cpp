@@ -10,6 +10,18 @@ namespace {
 constexpr std::array<std::string_view, 7> kClients = {
     "claude-code", "claude-desktop", "cursor", "codex", "gemini", "windsurf", "vscode"};
 constexpr int kMostEntries = 100'000;
+constexpr double kLargestMinimumMB = 1'000'000;  // a terabyte
+
+// A size in MB (1,000,000 bytes), fractions allowed: "0.5", "100".
+std::optional<int64_t> megabytes(const std::string& text) {
+  double value = 0;
+  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
+  if (error != std::errc() || end != text.data() + text.size() || !(value >= 0) ||
+      value > kLargestMinimumMB) {
+    return std::nullopt;
+  }
+  return static_cast<int64_t>(value * 1'000'000);
+}
 
 std::optional<int> wholeNumber(std::string_view text) {
   int value = 0;
@@ -51,6 +63,14 @@ Expected<Options, std::string> parseOptions(const std::vector<std::string>& argu
       options.command = Options::Command::help;
     } else if (argument == "--duplicates") {
       options.command = Options::Command::duplicates;
+      if (i + 1 < arguments.size() && !arguments[i + 1].starts_with("--")) options.folder = arguments[++i];
+    } else if (argument == "--min-size") {
+      auto text = value("--min-size");
+      if (!text) return fail(text.error());
+      options.minimumBytes = megabytes(*text);
+      if (!options.minimumBytes) return fail("--min-size takes a size in MB from 0 to 1000000, not " + *text);
+    } else if (argument == "--full") {
+      options.fullHash = true;
     } else if (i == 0 && argument == "mcp") {
       options.command = Options::Command::mcp;
     } else if (i == 0 && argument == "clients") {
@@ -71,6 +91,13 @@ Expected<Options, std::string> parseOptions(const std::vector<std::string>& argu
   if (options.noScan && options.root) {
     return fail(std::string("--root scans a folder; it does not go with --no-scan"));
   }
+  const bool duplicates = options.command == Options::Command::duplicates;
+  if (!duplicates && (options.minimumBytes || options.fullHash)) {
+    return fail(std::string("--min-size and --full go with --duplicates"));
+  }
+  if (duplicates && (options.root || options.noScan)) {
+    return fail(std::string("--duplicates reads the last scan or a folder; --root and --no-scan do not apply"));
+  }
   return options;
 }
 
@@ -87,7 +114,8 @@ Usage:
   tallyfin mcp                  Serve AI assistants over MCP (standard input and output)
   tallyfin connect CLIENT       Add the MCP server to an assistant's settings
   tallyfin clients              Show which assistants are connected
-  tallyfin --duplicates --json  Find identical big files
+  tallyfin --duplicates [DIR]   Find identical files: the last scan's big files (100 MB+),
+                                or every file of at least --min-size MB in DIR
 
 Options:
   --json        print the summary as JSON on standard output
@@ -95,6 +123,10 @@ Options:
   --no-scan     do not scan; summarise the last saved scan
   --store DIR   keep the report and history in DIR instead of the standard folder
   --root PATH   scan PATH with the whole-disk limits; combines with every option
+  --min-size MB with --duplicates: the smallest file compared (default 100 for the
+                scan's big files, 1 for a folder)
+  --full        with --duplicates: hash whole files instead of 50 samples (slower,
+                certain; extras are always compared byte for byte before removal)
   -h, --help    show this help
 
 Nothing is ever deleted: cleanups go to the Trash and can be undone.

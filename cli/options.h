@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -19,11 +20,16 @@ struct Options {
   std::optional<std::string> store;
   std::optional<std::string> root;
   std::optional<std::string> client;  // for connect
+  // For --duplicates: a folder to search instead of the scan's big files, the
+  // smallest file compared in bytes, and whether to hash whole files.
+  std::optional<std::string> folder;
+  std::optional<int64_t> minimumBytes;
+  bool fullHash = false;
 };
 
 inline constexpr std::string_view kUsage =
     "usage: tallyfin [--json] [--top N] [--no-scan] [--store DIR] [--root PATH] | mcp | "
-    "connect CLIENT | clients | --duplicates";
+    "connect CLIENT | clients | --duplicates [DIR] [--min-size MB] [--full]";
 
 // The options of one invocation, or the one-line reason they make no sense.
 Expected<Options, std::string> parseOptions(const std::vector<std::string>& arguments);

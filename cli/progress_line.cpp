@@ -35,19 +35,21 @@ ProgressLine::ProgressLine(std::string home)
 ProgressLine::~ProgressLine() { clear(); }
 
 void ProgressLine::update(const ScanProgress& progress) {
-  if (!enabled_) return;
-  std::lock_guard lock(mutex_);
-  const auto now = Clock::now();
-  const bool last = progress.phase == ScanProgress::Phase::done;
-  if (drawn_ && !last && now - lastDrawn_ < std::chrono::milliseconds(100)) return;
-  lastDrawn_ = now;
-
   std::string line = "Scanning: " + std::string(phaseName(progress.phase));
   if (progress.phase == ScanProgress::Phase::scanning) {
     line += " " + std::to_string(progress.done) + "/" + std::to_string(progress.total);
   }
-  line += "  " + elapsed(now - started_);
-  if (!progress.current.empty()) line += "  " + Format::shortPath(progress.current, home_);
+  show(line, progress.current, progress.phase == ScanProgress::Phase::done);
+}
+
+void ProgressLine::show(const std::string& text, std::string_view path, bool final) {
+  if (!enabled_) return;
+  std::lock_guard lock(mutex_);
+  const auto now = Clock::now();
+  if (drawn_ && !final && now - lastDrawn_ < std::chrono::milliseconds(100)) return;
+  lastDrawn_ = now;
+  std::string line = text + "  " + elapsed(now - started_);
+  if (!path.empty()) line += "  " + Format::shortPath(path, home_);
   std::fprintf(stderr, "\r\033[K%s", fitWidth(line, terminalWidth() - 1).c_str());
   std::fflush(stderr);
   drawn_ = true;

@@ -1,11 +1,12 @@
 #pragma once
 
-// One overprinted line of scan progress on a terminal's standard error; nothing
-// at all when standard error is not a terminal.
+// One overprinted line of progress on a terminal's standard error; nothing at
+// all when standard error is not a terminal.
 
 #include <chrono>
 #include <mutex>
 #include <string>
+#include <string_view>
 
 #include "kit/scan/scan_progress.h"
 
@@ -18,6 +19,9 @@ class ProgressLine {
 
   // Safe to call from any thread; redraws at most ten times a second.
   void update(const ScanProgress& progress);
+  // Any work: `text`, the time so far, then `path` shortened to "~" form.
+  // `final` draws even when the last drawing was a moment ago.
+  void show(const std::string& text, std::string_view path = {}, bool final = false);
   // Removes the line so the result starts on a clean line.
   void clear();
 

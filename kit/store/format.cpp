@@ -2,6 +2,7 @@
 
 #include <array>
 #include <cstdio>
+#include <ctime>
 
 namespace tallyfin::Format {
 
@@ -18,6 +19,15 @@ std::string bytes(int64_t count) {
   const int decimals = value >= 100 ? 0 : value >= 10 ? 1 : 2;
   char text[64];
   std::snprintf(text, sizeof text, "%.*f %s", decimals, value, kUnits[unit]);
+  return text;
+}
+
+std::string isoDate(int64_t secondsSince1970) {
+  const auto time = static_cast<time_t>(secondsSince1970);
+  tm utc{};
+  ::gmtime_r(&time, &utc);
+  char text[32];
+  std::strftime(text, sizeof text, "%Y-%m-%dT%H:%M:%SZ", &utc);
   return text;
 }
 

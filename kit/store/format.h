@@ -9,6 +9,9 @@ namespace tallyfin::Format {
 // Decimal units as people read them: "512 B", "1.50 KB", "12.3 MB", "250 GB".
 std::string bytes(int64_t count);
 
+// A moment as ISO 8601 in UTC, "2026-11-21T09:30:00Z".
+std::string isoDate(int64_t secondsSince1970);
+
 // A path under the home folder written with "~".
 std::string shortPath(std::string_view path, std::string_view home);
 

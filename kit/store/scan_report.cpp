@@ -63,4 +63,12 @@ Expected<ScanReport, std::string> decodeReport(std::string_view text) {
   }
 }
 
+std::optional<ScanReport> loadReport(const Store& store) {
+  const auto text = store.loadText(Store::File::report);
+  if (!text) return std::nullopt;
+  auto report = decodeReport(*text);
+  if (!report) return std::nullopt;
+  return std::move(*report);
+}
+
 }  // namespace tallyfin

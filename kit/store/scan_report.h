@@ -17,6 +17,7 @@
 #include "kit/store/disk_info.h"
 #include "kit/store/file_kind.h"
 #include "kit/store/large_file.h"
+#include "kit/store/store.h"
 
 namespace tallyfin {
 
@@ -48,5 +49,8 @@ std::string encodeReport(const ScanReport& report);
 
 // Every key but "changes" is required; an unknown kind number anywhere fails.
 Expected<ScanReport, std::string> decodeReport(std::string_view text);
+
+// The store's saved report; none when it is missing or does not decode.
+std::optional<ScanReport> loadReport(const Store& store);
 
 }  // namespace tallyfin

@@ -12,6 +12,7 @@
 
 #include "kit/scan/scan_lock.h"
 #include "kit/store/store.h"
+#include "tests/support/file_content.h"
 #include "tests/support/process.h"
 #include "tests/support/temp_folder.h"
 
@@ -126,7 +127,7 @@ TEST_F(TallyfinCli, BadArgumentsExitSixtyFourWithAUsageLine) {
     EXPECT_NE(result.err.find("usage: tallyfin"), std::string::npos);
   }
   for (const auto& later : std::vector<std::vector<std::string>>{
-           {"mcp"}, {"clients"}, {"connect", "cursor"}, {"--duplicates", "--json"}}) {
+           {"mcp"}, {"clients"}, {"connect", "cursor"}}) {
     const auto result = tallyfin(later);
     EXPECT_EQ(result.exitCode, 64) << later[0];
     EXPECT_NE(result.err.find("not available yet"), std::string::npos);
@@ -141,6 +142,64 @@ TEST_F(TallyfinCli, BadArgumentsExitSixtyFourWithAUsageLine) {
   EXPECT_EQ(help.exitCode, 0);
   EXPECT_NE(help.out.find("Scan into another folder (benchmarks, experiments)"),
             std::string::npos);
+}
+
+TEST_F(TallyfinCli, DuplicatesOfTheScansBigFilesKeepTheOldestCopy) {
+  for (const auto& [name, time] : std::vector<std::pair<std::string, int64_t>>{
+           {"Movies/take-2.mov", 1'700'000'000}, {"Backup/take.mov", 1'600'000'000}}) {
+    testing::allocateFile(home / name, 110 << 20);
+    testing::setModified(home / name, time);
+  }
+  const auto none = tallyfin({"--store", dataDir(), "--duplicates", "--json"});
+  EXPECT_EQ(none.exitCode, 3);
+  EXPECT_EQ(none.out, "");
+
+  ASSERT_EQ(scanHome().exitCode, 0);
+  const auto result = tallyfin({"--store", dataDir(), "--duplicates", "--json"});
+  ASSERT_EQ(result.exitCode, 0) << result.err;
+  const auto json = nlohmann::json::parse(result.out);
+  EXPECT_EQ(json["min_size_mb"], 100);
+  EXPECT_FALSE(json.contains("folder"));
+  ASSERT_EQ(json["groups"].size(), 1u);
+  const auto& files = json["groups"][0]["files"];
+  ASSERT_EQ(files.size(), 2u);
+  EXPECT_EQ(files[0]["path"], home / "Backup/take.mov");
+  EXPECT_EQ(files[0]["keep"], true);
+  EXPECT_EQ(files[0]["modified"], "2020-09-13T12:26:40Z");
+  EXPECT_EQ(files[1]["keep"], false);
+  EXPECT_EQ(json["reclaimable_bytes"], files[1]["private_size"]);
+
+  struct stat info;
+  ASSERT_EQ(::stat((dataDir() + "/duplicate-hashes.plist").c_str(), &info), 0);
+  EXPECT_EQ(info.st_mode & 0777, 0600u);
+}
+
+TEST_F(TallyfinCli, DuplicatesInAFolderAboveASizeFloor) {
+  testing::patternFile(home / "Downloads/a.zip", 3 << 20, 1);
+  testing::patternFile(home / "Downloads/old/a (1).zip", 3 << 20, 1);
+  testing::patternFile(home / "Downloads/b.zip", 500'000, 2);
+  testing::patternFile(home / "Downloads/b copy.zip", 500'000, 2);
+  const auto big = tallyfin({"--store", dataDir(), "--duplicates", "~/Downloads"});
+  ASSERT_EQ(big.exitCode, 0) << big.err;
+  EXPECT_NE(big.out.find("1 set of identical files in ~/Downloads"), std::string::npos) << big.out;
+  EXPECT_NE(big.out.find("  keep  ~/Downloads/"), std::string::npos) << big.out;
+  EXPECT_EQ(big.out.find("b.zip"), std::string::npos);
+
+  const auto all = tallyfin({"--store", dataDir(), "--duplicates", home / "Downloads", "--min-size", "0.4",
+                             "--json", "--full"});
+  ASSERT_EQ(all.exitCode, 0) << all.err;
+  const auto json = nlohmann::json::parse(all.out);
+  EXPECT_EQ(json["folder"], home / "Downloads");
+  EXPECT_EQ(json["group_count"], 2);
+  EXPECT_TRUE(json["groups"][0]["verified"].get<bool>());
+
+  for (const auto& [folder, reason] : std::vector<std::pair<std::string, std::string>>{
+           {home / "nowhere", " does not exist"}, {home / "Downloads/a.zip", " is not a folder"}}) {
+    const auto bad = tallyfin({"--store", dataDir(), "--duplicates", folder});
+    EXPECT_EQ(bad.exitCode, 64);
+    EXPECT_EQ(bad.out, "");
+    EXPECT_EQ(bad.err, "tallyfin: " + folder + reason + " — give --duplicates a folder to search.\n");
+  }
 }
 
 TEST_F(TallyfinCli, ASecondScanExitsTwoAtOnceAndTouchesNothing) {

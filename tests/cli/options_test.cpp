@@ -28,6 +28,26 @@ TEST(Options, SubcommandsOnlyInFirstPlace) {
   EXPECT_EQ(parseOptions({"--top", "0"})->top, 0);
 }
 
+TEST(Options, DuplicatesTakeAFolderASizeFloorAndFullHashes) {
+  const auto scanFiles = parseOptions({"--duplicates", "--json"});
+  ASSERT_TRUE(scanFiles.ok()) << scanFiles.error();
+  EXPECT_EQ(scanFiles->command, Options::Command::duplicates);
+  EXPECT_FALSE(scanFiles->folder.has_value());
+  EXPECT_FALSE(scanFiles->minimumBytes.has_value());
+
+  const auto folder = parseOptions({"--duplicates", "~/Downloads", "--min-size", "0.5", "--full"});
+  ASSERT_TRUE(folder.ok()) << folder.error();
+  EXPECT_EQ(folder->folder, "~/Downloads");
+  EXPECT_EQ(folder->minimumBytes, 500'000);
+  EXPECT_TRUE(folder->fullHash);
+
+  EXPECT_FALSE(parseOptions({"--duplicates", "--min-size", "-1"}).ok());
+  EXPECT_FALSE(parseOptions({"--duplicates", "--min-size", "nan"}).ok());
+  EXPECT_FALSE(parseOptions({"--duplicates", "--min-size", "5MB"}).ok());
+  EXPECT_FALSE(parseOptions({"--full"}).ok());  // only a duplicate search hashes
+  EXPECT_FALSE(parseOptions({"--duplicates", "--no-scan"}).ok());
+}
+
 TEST(TextLayout, FitsByCharactersNeverSplittingOne) {
   EXPECT_EQ(fitWidth("short", 10), "short");
   EXPECT_EQ(fitWidth("abcdefghij", 5), "ab\u2026ij");

@@ -1,0 +1,26 @@
+#pragma once
+
+// What every command of the tool shares: exit codes, one-line diagnostics on
+// standard error and paths as the user typed them.
+
+#include <string>
+
+#include "kit/store/store.h"
+
+namespace tallyfin::cli {
+
+namespace exit_code {
+enum ExitCode { kOk = 0, kScanFailed = 1, kBusy = 2, kNoReport = 3, kBadArguments = 64 };
+}
+
+// "tallyfin: MESSAGE" on standard error.
+void diagnose(const std::string& message);
+
+// "no saved scan in DIR", for the caller to finish with what to do.
+std::string noSavedScanMessage(const Store& store);
+
+// A path from the command line as a real absolute path: "~" is the home folder,
+// a relative path starts at the working folder, links are resolved when it exists.
+std::string givenPath(const std::string& given, const std::string& home);
+
+}  // namespace tallyfin::cli
