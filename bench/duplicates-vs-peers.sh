@@ -13,6 +13,7 @@
 # scripts/install-deps.sh --bench for the peers, and ../shared/bench beside the repo.
 set -eu
 MODE=${1:-warm}
+RUNS=${2:-}
 HERE=$(cd "$(dirname "$0")" && pwd)
 REPO=$(dirname "$HERE")
 SHARED=$REPO/../shared/bench
@@ -43,9 +44,9 @@ if command -v rdfind >/dev/null; then
 fi
 
 case $MODE in
-warm) exec python3 "$SHARED/bench.py" -n "${2:-5}" -w 1 --prep "rm -rf $STORE" \
+warm) exec python3 "$SHARED/bench.py" -n "${RUNS:-5}" -w 1 --prep "rm -rf $STORE" \
   --json "$WORK/duplicates-warm.json" "$@" ;;
-cold) exec python3 "$SHARED/bench.py" -n "${2:-3}" -w 0 --cold --prep "rm -rf $STORE" \
+cold) exec python3 "$SHARED/bench.py" -n "${RUNS:-3}" -w 0 --cold --prep "rm -rf $STORE" \
   --json "$WORK/duplicates-cold.json" "$@" ;;
 check)
   rm -rf "$STORE"

@@ -77,6 +77,8 @@ ReadableFile::~ReadableFile() {
   if (fd_ >= 0) ::close(fd_);
 }
 
+void ReadableFile::willSample() const { platform::readsWillJump(fd_); }
+
 std::optional<size_t> ReadableFile::read(int64_t offset, std::span<char> buffer,
                                          const ReadWatch& watch) const {
   size_t filled = 0;
@@ -110,6 +112,7 @@ std::optional<std::string> FileFacts::fingerprint(const std::string& path, int64
                                                   const ReadWatch& watch) {
   auto file = openForReading(path);
   if (!file) return std::nullopt;
+  file->willSample();
   std::vector<char> buffer(kBlock);
   Sha256 hash;
   hash.addSize(size);
@@ -123,6 +126,7 @@ std::optional<std::string> FileFacts::headHash(const std::string& path, int64_t 
                                                const ReadWatch& watch) {
   auto file = openForReading(path);
   if (!file) return std::nullopt;
+  file->willSample();
   std::vector<char> buffer(kHead);
   Sha256 hash;
   hash.addSize(size);
@@ -158,6 +162,7 @@ std::optional<std::string> FileFacts::sampledHash(const std::string& path, int64
   if (size <= kWholeFileLimit) return hashWhole(path, watch);
   auto file = openForReading(path);
   if (!file) return std::nullopt;
+  file->willSample();
   std::vector<char> buffer(kBlock);
   Sha256 hash;
   hash.addSize(size);

@@ -35,6 +35,8 @@ class ReadableFile {
   ~ReadableFile();
 
   int fd() const { return fd_; }
+  // The reads that follow take samples; nothing around them is wanted.
+  void willSample() const;
   int64_t size() const { return size_; }
 
   // Reads up to buffer.size() bytes at `offset`, retrying interrupted reads; the

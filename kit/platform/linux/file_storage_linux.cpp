@@ -53,6 +53,8 @@ void releaseCache(int fd, int64_t offset, int64_t length) {
   ::posix_fadvise(fd, offset, length, POSIX_FADV_DONTNEED);
 }
 
+void readsWillJump(int fd) { ::posix_fadvise(fd, 0, 0, POSIX_FADV_RANDOM); }
+
 // Linux keeps no file contents elsewhere behind a local name.
 bool isDataless(int) { return false; }
 
