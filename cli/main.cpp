@@ -21,6 +21,7 @@
 #include "kit/platform/user_folders.h"
 #include "kit/scan/scan_pipeline.h"
 #include "kit/store/store.h"
+#include "kit/tools/tool_probe.h"
 
 namespace {
 
@@ -65,8 +66,8 @@ int scan(const cli::Options& options, const Store& store, const std::string& hom
       return kBadArguments;
     }
   }
-  const ScanPipeline pipeline{store, configuration, NotificationSettings{}, {},
-                              ScanTrigger::manual};
+  const ScanPipeline pipeline{store, configuration, NotificationSettings{},
+                              [home] { return ToolProbe::collect(home); }, ScanTrigger::manual};
 
   CancelToken cancel;
   const cli::CancelOnInterrupt interrupt(cancel);

@@ -4,18 +4,24 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
+#include <cstdint>
 
 namespace tallyfin {
 
-std::optional<std::string> readSmallFile(const std::string& path, int64_t largest) {
+namespace {
+
+// Up to `wanted` bytes of a regular file that is not a link; a file larger than
+// `largest` gives none.
+std::optional<std::string> readRegular(const std::string& path, int64_t wanted, int64_t largest) {
   // Non-blocking so that a FIFO planted under the name cannot hang the caller.
   const int fd = ::open(path.c_str(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK);
   if (fd < 0) return std::nullopt;
   struct stat info;
   std::optional<std::string> text;
   if (::fstat(fd, &info) == 0 && S_ISREG(info.st_mode) && info.st_size <= largest) {
-    std::string data(static_cast<size_t>(info.st_size), '\0');
+    std::string data(static_cast<size_t>(std::min<int64_t>(info.st_size, wanted)), '\0');
     size_t filled = 0;
     while (filled < data.size()) {
       const ssize_t count = ::read(fd, data.data() + filled, data.size() - filled);
@@ -28,6 +34,16 @@ std::optional<std::string> readSmallFile(const std::string& path, int64_t larges
   }
   ::close(fd);
   return text;
+}
+
+}  // namespace
+
+std::optional<std::string> readSmallFile(const std::string& path, int64_t largest) {
+  return readRegular(path, largest, largest);
+}
+
+std::optional<std::string> readFileStart(const std::string& path, int64_t count) {
+  return readRegular(path, count, INT64_MAX);
 }
 
 }  // namespace tallyfin

@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace tallyfin {
@@ -35,10 +36,14 @@ struct OllamaModel {
   bool operator==(const OllamaModel&) const = default;
 };
 
+// Said when a tool, or the probes as a whole, had to be given up on.
+inline constexpr std::string_view kToolsTooSlowMessage = "developer tools didn't answer in time";
+
 struct ToolSnapshot {
   std::vector<SimulatorDevice> devices;
   std::vector<SimulatorRuntime> runtimes;
   std::vector<OllamaModel> ollama;
+  std::optional<std::string> problem;  // a tool that had to be given up on
 };
 
 }  // namespace tallyfin

@@ -25,7 +25,7 @@ namespace {
 // returns can be left behind without holding up the scan.
 class ProbeRun {
  public:
-  static std::shared_ptr<ProbeRun> start(const ToolProbe& probe) {
+  static std::shared_ptr<ProbeRun> start(const ToolProbeFunction& probe) {
     auto run = std::make_shared<ProbeRun>();
     std::thread([run, probe] {
       ToolSnapshot snapshot = probe();
@@ -85,6 +85,7 @@ Expected<PipelineResult, PipelineError> ScanPipeline::run(const CancelToken& can
   if (probes) {
     if (auto snapshot = probes->wait(probeTimeoutSeconds)) {
       tools = std::move(*snapshot);
+      if (tools.problem) result.warnings.push_back(*tools.problem);
     } else {
       result.warnings.emplace_back(kToolsTooSlowMessage);
     }

@@ -37,16 +37,15 @@ struct PipelineError {
 
 inline constexpr std::string_view kAlreadyScanningMessage =
     "A scan is already running (the app or a scheduled scan). Try again in a minute.";
-inline constexpr std::string_view kToolsTooSlowMessage = "developer tools didn't answer in time";
 
 // Asks the developer tools what they hold; runs on its own thread beside the scan.
-using ToolProbe = std::function<ToolSnapshot()>;
+using ToolProbeFunction = std::function<ToolSnapshot()>;
 
 struct ScanPipeline {
   Store store;
   ScanConfiguration configuration;
   NotificationSettings notificationSettings;
-  ToolProbe probeTools;  // none: no probes
+  ToolProbeFunction probeTools;  // none: no probes
   ScanTrigger trigger = ScanTrigger::manual;
   double probeTimeoutSeconds = 5.0;
 

@@ -31,6 +31,34 @@ std::string isoDate(int64_t secondsSince1970) {
   return text;
 }
 
+std::optional<int64_t> parseIsoDate(std::string_view text) {
+  const std::string copy(text);
+  tm parts{};
+  int consumed = 0;
+  if (std::sscanf(copy.c_str(), "%4d-%2d-%2dT%2d:%2d:%2d%n", &parts.tm_year, &parts.tm_mon, &parts.tm_mday,
+                  &parts.tm_hour, &parts.tm_min, &parts.tm_sec, &consumed) != 6) {
+    return std::nullopt;
+  }
+  std::string_view rest = text.substr(static_cast<size_t>(consumed));
+  if (rest.starts_with('.')) {
+    rest.remove_prefix(1);
+    while (!rest.empty() && rest.front() >= '0' && rest.front() <= '9') rest.remove_prefix(1);
+  }
+  int64_t offset = 0;
+  if (rest == "Z") {
+    offset = 0;
+  } else if (rest.size() == 6 && (rest[0] == '+' || rest[0] == '-') && rest[3] == ':') {
+    int hours = 0, minutes = 0;
+    if (std::sscanf(std::string(rest.substr(1)).c_str(), "%2d:%2d", &hours, &minutes) != 2) return std::nullopt;
+    offset = (rest[0] == '+' ? 1 : -1) * (hours * 3600 + minutes * 60);
+  } else {
+    return std::nullopt;
+  }
+  parts.tm_year -= 1900;
+  parts.tm_mon -= 1;
+  return static_cast<int64_t>(::timegm(&parts)) - offset;
+}
+
 std::string shortPath(std::string_view path, std::string_view home) {
   if (home.empty()) return std::string(path);
   if (path == home) return "~";

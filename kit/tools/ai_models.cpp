@@ -99,30 +99,39 @@ std::string ollamaName(const fs::path& relative) {
   return name;
 }
 
-std::optional<AIModel> ollamaModel(const fs::path& manifest, const fs::path& manifests, const fs::path& blobs) {
-  std::error_code error;
+std::optional<OllamaManifest> readManifest(const fs::path& manifest, const fs::path& manifests,
+                                          const fs::path& blobs) {
   const auto text = readSmallFile(manifest.string(), kLargestManifest);
   if (!text) return std::nullopt;
   const auto json = nlohmann::json::parse(*text, nullptr, false);
   if (!json.is_object() || !json.contains("layers") || !json["layers"].is_array()) return std::nullopt;
-  std::vector<AIModel::File> files;
+  struct stat info;
+  if (::stat(manifest.c_str(), &info) != 0) return std::nullopt;
+  OllamaManifest read{ollamaName(manifest.lexically_relative(manifests)), blobs.string(), info.st_mtim.tv_sec, {}};
   for (const auto& layer : json["layers"]) {
     if (!layer.is_object()) continue;
-    const auto digest = layer.value("digest", std::string());
     const int64_t size = layer.contains("size") && layer["size"].is_number_integer()
                              ? std::max<int64_t>(layer["size"].get<int64_t>(), 0)
                              : 0;
-    if (!digest.starts_with(kDigestPrefix) || size < AIModelScanner::kWeightFileMinimum) continue;
-    std::string blob = digest;
+    read.layers.push_back({layer.value("digest", std::string()), size});
+  }
+  return read;
+}
+
+std::optional<AIModel> ollamaModel(const OllamaManifest& manifest) {
+  std::vector<AIModel::File> files;
+  for (const auto& layer : manifest.layers) {
+    if (!layer.digest.starts_with(kDigestPrefix) || layer.size < AIModelScanner::kWeightFileMinimum) continue;
+    std::string blob = layer.digest;
     std::replace(blob.begin(), blob.end(), ':', '-');
-    const fs::path blobPath = blobs / blob;
+    const std::string blobPath = manifest.blobs + "/" + blob;
+    std::error_code error;
     if (!fs::is_regular_file(blobPath, error)) continue;
-    files.push_back({blobPath.string(), size, digest});
+    files.push_back({blobPath, layer.size, layer.digest});
   }
   if (files.empty()) return std::nullopt;
-  const std::string name = ollamaName(manifest.lexically_relative(manifests));
   // Ollama runs GGUF weights only; its blobs carry no extension that would say so.
-  AIModel model = describe(name, AIModel::Source::ollama, "ollama://" + name, std::move(files));
+  AIModel model = describe(manifest.name, AIModel::Source::ollama, "ollama://" + manifest.name, std::move(files));
   model.format = "GGUF";
   return model;
 }
@@ -212,17 +221,25 @@ std::optional<std::string> parameters(std::string_view name) {
   return (*match)[1] + static_cast<char>(std::toupper(static_cast<unsigned char>((*match)[2][0])));
 }
 
-std::vector<AIModel> ollamaModels(const std::string& home) {
+std::vector<OllamaManifest> ollamaManifests(const std::string& home) {
   const fs::path root = fs::path(home) / ".ollama/models";
   const fs::path manifests = root / "manifests";
-  std::vector<AIModel> models;
+  std::vector<OllamaManifest> found;
   std::error_code error;
   fs::recursive_directory_iterator it(manifests, fs::directory_options::skip_permission_denied, error);
   for (const fs::recursive_directory_iterator end; !error && it != end; it.increment(error)) {
     if (!it->is_regular_file(error) || it->is_symlink(error)) continue;
-    if (auto model = ollamaModel(it->path(), manifests, root / "blobs")) models.push_back(std::move(*model));
+    if (auto manifest = readManifest(it->path(), manifests, root / "blobs")) found.push_back(std::move(*manifest));
   }
-  std::sort(models.begin(), models.end(), [](const auto& a, const auto& b) { return a.name < b.name; });
+  std::sort(found.begin(), found.end(), [](const auto& a, const auto& b) { return a.name < b.name; });
+  return found;
+}
+
+std::vector<AIModel> ollamaModels(const std::string& home) {
+  std::vector<AIModel> models;
+  for (const auto& manifest : ollamaManifests(home)) {
+    if (auto model = ollamaModel(manifest)) models.push_back(std::move(*model));
+  }
   return models;
 }
 

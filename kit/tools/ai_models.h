@@ -49,6 +49,18 @@ struct ModelDuplicate {
   int64_t wasted = 0;  // private bytes of every copy but the first
 };
 
+// One Ollama manifest: the model it names and every layer it lists.
+struct OllamaManifest {
+  struct Layer {
+    std::string digest;
+    int64_t size = 0;  // 0 when missing or negative
+  };
+  std::string name;  // "llama3:8b"
+  std::string blobs;  // the store's blob folder
+  int64_t modified = 0;
+  std::vector<Layer> layers;
+};
+
 struct ModelInventory {
   std::vector<AIModel> models;
   std::vector<ModelDuplicate> duplicates;
@@ -66,6 +78,9 @@ std::vector<AIModel::File> weightFiles(const std::string& folder, int depth);
 std::string formatOf(const std::vector<AIModel::File>& files, std::string_view name);
 std::optional<std::string> quantization(std::string_view name);
 std::optional<std::string> parameters(std::string_view name);
+
+// The manifests of the Ollama store; oversized or unreadable ones are left out.
+std::vector<OllamaManifest> ollamaManifests(const std::string& home);
 
 std::vector<AIModel> ollamaModels(const std::string& home);
 std::vector<AIModel> lmStudioModels(const std::string& home);

@@ -147,18 +147,24 @@ std::vector<DockerReport::VMDisk> vmDisks(const std::string& home) {
   return disks;
 }
 
+std::optional<std::string> findCli(const std::vector<std::string>& places) {
+  for (const auto& path : places) {
+    if (::access(path.c_str(), X_OK) == 0) return path;
+  }
+  return std::nullopt;
+}
+
 DockerReport collect(const std::string& home, double timeoutSeconds) {
+  return collect(home, findCli(cliPaths(home)), timeoutSeconds);
+}
+
+DockerReport collect(const std::string& home, const std::optional<std::string>& cli, double timeoutSeconds) {
   DockerReport report;
   report.disks = vmDisks(home);
-  for (const auto& path : cliPaths(home)) {
-    if (::access(path.c_str(), X_OK) == 0) {
-      report.cli = path;
-      break;
-    }
-  }
+  report.cli = cli;
   if (!report.cli) return report;
   const auto run = runTool(*report.cli, {"system", "df", "--format", "{{json .}}"},
-                           probeEnvironment(home, parentPath(*report.cli)), timeoutSeconds);
+                           probeEnvironment(home, std::string(parentPath(*report.cli))), timeoutSeconds);
   report.running = run.succeeded();
   if (report.running) report.usage = usage(run.output);
   return report;

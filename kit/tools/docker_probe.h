@@ -61,6 +61,9 @@ extern const std::array<DockerCommand, 5> kCommands;
 // Where a docker command is looked for, in order; nothing else (no PATH) is searched.
 std::vector<std::string> cliPaths(const std::string& home);
 
+// The first executable of `places`.
+std::optional<std::string> findCli(const std::vector<std::string>& places);
+
 // The lines of `docker system df --format '{{json .}}'`.
 std::vector<DockerReport::Usage> usage(std::string_view jsonLines);
 
@@ -70,6 +73,8 @@ int64_t bytes(std::string_view text);
 std::vector<DockerReport::VMDisk> vmDisks(const std::string& home);
 
 DockerReport collect(const std::string& home, double timeoutSeconds = kTimeoutSeconds);
+// The same with the docker command already chosen (none: not installed).
+DockerReport collect(const std::string& home, const std::optional<std::string>& cli, double timeoutSeconds);
 
 }  // namespace DockerProbe
 }  // namespace tallyfin

@@ -23,7 +23,7 @@ class PipelineTest : public ::testing::Test {
     for (int i = 0; i < 30; ++i) testing::writeFile(home / ("work/p" + std::to_string(i) + "/f"), 9);
   }
 
-  ScanPipeline pipeline(ToolProbe probe = {}) const {
+  ScanPipeline pipeline(ToolProbeFunction probe = {}) const {
     ScanConfiguration configuration = ScanConfiguration::wholeDisk(home.path());
     configuration.root = home.path();
     configuration.displayRoot = home.path();
@@ -79,7 +79,7 @@ TEST_F(PipelineTest, ACancelledScanSavesNothing) {
 TEST_F(PipelineTest, AProbeThatNeverAnswersIsLeftBehind) {
   auto slow = pipeline([] {
     std::this_thread::sleep_for(std::chrono::seconds(3));
-    return ToolSnapshot{{{"DEV-1", "iPhone", "rt", true, std::nullopt}}, {}, {}};
+    return ToolSnapshot{{{"DEV-1", "iPhone", "rt", true, std::nullopt}}, {}, {}, std::nullopt};
   });
   slow.probeTimeoutSeconds = 0.2;
   const auto started = std::chrono::steady_clock::now();
@@ -92,7 +92,7 @@ TEST_F(PipelineTest, AProbeThatNeverAnswersIsLeftBehind) {
 
 TEST_F(PipelineTest, ProbeAnswersJoinTheSuggestions) {
   const auto result = pipeline([] {
-                        return ToolSnapshot{{{"DEV-1", "iPhone", "rt", true, 1'700'000'000}}, {}, {}};
+                        return ToolSnapshot{{{"DEV-1", "iPhone", "rt", true, 1'700'000'000}}, {}, {}, std::nullopt};
                       }).run(CancelToken(), kNow);
   ASSERT_TRUE(result.ok());
   EXPECT_TRUE(result->warnings.empty());
