@@ -17,6 +17,7 @@
 #include "cli/options.h"
 #include "cli/progress_line.h"
 #include "cli/summary.h"
+#include "cli/system_data_command.h"
 #include "kit/cleanup/keep_list.h"
 #include "kit/platform/user_folders.h"
 #include "kit/scan/scan_pipeline.h"
@@ -108,11 +109,13 @@ int main(int argc, char** argv) {
       diagnose("this command is not available yet in this build.");
       return kBadArguments;
     case cli::Options::Command::duplicates:
+    case cli::Options::Command::systemData:
     case cli::Options::Command::scan:
       break;
   }
   const std::string home = platform::homeFolder();
   const Store store = options->store ? Store(*options->store) : Store::standard();
   if (options->command == cli::Options::Command::duplicates) return cli::findDuplicates(*options, store, home);
+  if (options->command == cli::Options::Command::systemData) return cli::explainSystemData(*options, store, home);
   return options->noScan ? showSavedScan(*options, store) : scan(*options, store, home);
 }

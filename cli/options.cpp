@@ -64,6 +64,8 @@ Expected<Options, std::string> parseOptions(const std::vector<std::string>& argu
     } else if (argument == "--duplicates") {
       options.command = Options::Command::duplicates;
       if (i + 1 < arguments.size() && !arguments[i + 1].starts_with("--")) options.folder = arguments[++i];
+    } else if (argument == "--system-data") {
+      options.command = Options::Command::systemData;
     } else if (argument == "--min-size") {
       auto text = value("--min-size");
       if (!text) return fail(text.error());
@@ -95,6 +97,9 @@ Expected<Options, std::string> parseOptions(const std::vector<std::string>& argu
   if (!duplicates && (options.minimumBytes || options.fullHash)) {
     return fail(std::string("--min-size and --full go with --duplicates"));
   }
+  if (options.command == Options::Command::systemData && (options.root || options.noScan)) {
+    return fail(std::string("--system-data explains the last scan; --root and --no-scan do not apply"));
+  }
   if (duplicates && (options.root || options.noScan)) {
     return fail(std::string("--duplicates reads the last scan or a folder; --root and --no-scan do not apply"));
   }
@@ -114,6 +119,7 @@ Usage:
   tallyfin mcp                  Serve AI assistants over MCP (standard input and output)
   tallyfin connect CLIENT       Add the MCP server to an assistant's settings
   tallyfin clients              Show which assistants are connected
+  tallyfin --system-data        What fills the system's share of the disk, and what to do
   tallyfin --duplicates [DIR]   Find identical files: the last scan's big files (100 MB+),
                                 or every file of at least --min-size MB in DIR
 

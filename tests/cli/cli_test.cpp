@@ -202,6 +202,22 @@ TEST_F(TallyfinCli, DuplicatesInAFolderAboveASizeFloor) {
   }
 }
 
+TEST_F(TallyfinCli, SystemDataExplainsTheSavedScan) {
+  const auto none = tallyfin({"--store", dataDir(), "--system-data"});
+  EXPECT_EQ(none.exitCode, 3);
+  EXPECT_EQ(none.out, "");
+  ASSERT_EQ(scanHome().exitCode, 0);
+  const auto result = tallyfin({"--store", dataDir(), "--system-data", "--json"});
+  ASSERT_EQ(result.exitCode, 0) << result.err;
+  const auto json = nlohmann::json::parse(result.out);
+  ASSERT_TRUE(json["parts"].is_array());
+  std::vector<std::string> titles;
+  for (const auto& part : json["parts"]) titles.push_back(part["title"]);
+  EXPECT_NE(std::find(titles.begin(), titles.end(), "Package caches"), titles.end());
+  const auto text = tallyfin({"--store", dataDir(), "--system-data"});
+  EXPECT_NE(text.out.find("$ sudo apt-get clean"), std::string::npos) << text.out;
+}
+
 TEST_F(TallyfinCli, ASecondScanExitsTwoAtOnceAndTouchesNothing) {
   ASSERT_EQ(scanHome().exitCode, 0);
   const auto before = contentsOf(dataDir());
