@@ -56,6 +56,26 @@ std::array<int64_t, 3> fingerprintOffsets(int64_t size) {
   return {0, std::max(size / 2, half) - half, std::max(size - FileFacts::kBlock, int64_t{0})};
 }
 
+struct Range {
+  int64_t offset;
+  int64_t length;  // at most one block
+};
+
+// SHA-256 of the size (8 bytes, little-endian) and then the given ranges, in order.
+std::optional<std::string> hashSamples(const std::string& path, int64_t size, const std::vector<Range>& ranges,
+                                       const ReadWatch& watch) {
+  auto file = FileFacts::openForReading(path);
+  if (!file) return std::nullopt;
+  file->willSample();
+  std::vector<char> buffer(FileFacts::kBlock);
+  Sha256 hash;
+  hash.addSize(size);
+  for (const auto& [offset, length] : ranges) {
+    if (!addRange(*file, hash, offset, length, buffer, watch)) return std::nullopt;
+  }
+  return hash.finish();
+}
+
 std::optional<std::string> hashWhole(const std::string& path, const ReadWatch& watch) {
   auto file = FileFacts::openForReading(path);
   if (!file) return std::nullopt;
@@ -110,28 +130,14 @@ std::optional<ReadableFile> FileFacts::openForReading(const std::string& path) {
 
 std::optional<std::string> FileFacts::fingerprint(const std::string& path, int64_t size,
                                                   const ReadWatch& watch) {
-  auto file = openForReading(path);
-  if (!file) return std::nullopt;
-  file->willSample();
-  std::vector<char> buffer(kBlock);
-  Sha256 hash;
-  hash.addSize(size);
-  for (const int64_t offset : fingerprintOffsets(size)) {
-    if (!addRange(*file, hash, offset, kBlock, buffer, watch)) return std::nullopt;
-  }
-  return hash.finish();
+  std::vector<Range> ranges;
+  for (const int64_t offset : fingerprintOffsets(size)) ranges.push_back({offset, kBlock});
+  return hashSamples(path, size, ranges, watch);
 }
 
 std::optional<std::string> FileFacts::headHash(const std::string& path, int64_t size,
                                                const ReadWatch& watch) {
-  auto file = openForReading(path);
-  if (!file) return std::nullopt;
-  file->willSample();
-  std::vector<char> buffer(kHead);
-  Sha256 hash;
-  hash.addSize(size);
-  if (!addRange(*file, hash, 0, kHead, buffer, watch)) return std::nullopt;
-  return hash.finish();
+  return hashSamples(path, size, {{0, kHead}}, watch);
 }
 
 std::optional<FileFacts::SmallFileHashes> FileFacts::smallFileHashes(const std::string& path, int64_t size,
@@ -160,20 +166,10 @@ std::optional<FileFacts::SmallFileHashes> FileFacts::smallFileHashes(const std::
 std::optional<std::string> FileFacts::sampledHash(const std::string& path, int64_t size,
                                                   const ReadWatch& watch) {
   if (size <= kWholeFileLimit) return hashWhole(path, watch);
-  auto file = openForReading(path);
-  if (!file) return std::nullopt;
-  file->willSample();
-  std::vector<char> buffer(kBlock);
-  Sha256 hash;
-  hash.addSize(size);
-  if (!addRange(*file, hash, 0, kBlock, buffer, watch)) return std::nullopt;
-  if (!addRange(*file, hash, size - kBlock, kBlock, buffer, watch)) return std::nullopt;
+  std::vector<Range> ranges{{0, kBlock}, {size - kBlock, kBlock}};
   const int64_t span = size - 2 * kBlock - kSample;
-  for (int i = 0; i < kMiddleSamples; ++i) {
-    const int64_t offset = kBlock + span * i / (kMiddleSamples - 1);
-    if (!addRange(*file, hash, offset, kSample, buffer, watch)) return std::nullopt;
-  }
-  return hash.finish();
+  for (int i = 0; i < kMiddleSamples; ++i) ranges.push_back({kBlock + span * i / (kMiddleSamples - 1), kSample});
+  return hashSamples(path, size, ranges, watch);
 }
 
 std::optional<std::string> FileFacts::sha256(const std::string& path, const ReadWatch& watch) {
