@@ -3,8 +3,6 @@
 // standard output; everything else to standard error as "tallyfin: " lines.
 
 #include <sys/stat.h>
-#include <stdlib.h>
-#include <unistd.h>
 
 #include <chrono>
 #include <cstdio>

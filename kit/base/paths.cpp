@@ -29,6 +29,11 @@ bool hasDotComponents(std::string_view path) {
   return found;
 }
 
+bool isInside(std::string_view path, std::string_view folder) {
+  return path.size() > folder.size() && path.starts_with(folder) &&
+         (folder == "/" || path[folder.size()] == '/');
+}
+
 bool endsWith(std::string_view text, std::string_view suffix) {
   return text.size() >= suffix.size() && text.substr(text.size() - suffix.size()) == suffix;
 }

@@ -1,11 +1,13 @@
 #include "kit/cleanup/cleanup_item.h"
 
+#include <algorithm>
 #include <array>
 #include <stdexcept>
 
 #include <nlohmann/json.hpp>
 
 #include "kit/base/json_fields.h"
+#include "kit/base/paths.h"
 
 namespace tallyfin {
 namespace {
@@ -40,6 +42,20 @@ std::string_view caseName(CleanupCategory category) {
 
 std::string_view label(CleanupCategory category) {
   return kCategoryLabels[static_cast<size_t>(category)];
+}
+
+std::vector<CleanupItem> outermostItems(std::vector<CleanupItem> items) {
+  // With "/" appended, a folder sorts directly before its own contents ("a", "a/b",
+  // then "a-c"), so one look at the last kept item is enough.
+  std::sort(items.begin(), items.end(), [](const CleanupItem& a, const CleanupItem& b) {
+    return a.path + "/" < b.path + "/";
+  });
+  std::vector<CleanupItem> outermost;
+  for (auto& item : items) {
+    if (!outermost.empty() && isInside(item.path, outermost.back().path)) continue;
+    outermost.push_back(std::move(item));
+  }
+  return outermost;
 }
 
 void to_json(nlohmann::json& json, Safety safety) { json = caseName(safety); }

@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <vector>
 #include <string_view>
 
 #include <nlohmann/json_fwd.hpp>
@@ -50,6 +51,10 @@ struct CleanupItem {
 
   bool operator==(const CleanupItem&) const = default;
 };
+
+// The items that no other item of the list holds, sorted so that a folder comes
+// right before its own contents.
+std::vector<CleanupItem> outermostItems(std::vector<CleanupItem> items);
 
 void to_json(nlohmann::json& json, Safety safety);
 void from_json(const nlohmann::json& json, Safety& safety);

@@ -34,16 +34,7 @@ std::vector<CleanupItem> select(const std::vector<CleanupItem>& items,
     if (!age || *age < 1 || *age >= cutoff) continue;
     qualifying.push_back(item);
   }
-  // With "/" appended, a folder sorts directly before its own contents.
-  std::sort(qualifying.begin(), qualifying.end(), [](const CleanupItem& a, const CleanupItem& b) {
-    return a.path + "/" < b.path + "/";
-  });
-  std::vector<CleanupItem> selected;
-  for (auto& item : qualifying) {
-    if (!selected.empty() && item.path.starts_with(selected.back().path + "/")) continue;
-    selected.push_back(std::move(item));
-  }
-  return selected;
+  return outermostItems(std::move(qualifying));
 }
 
 std::vector<TrashItem> batch(const std::vector<CleanupItem>& selected) {

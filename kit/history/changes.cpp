@@ -21,11 +21,6 @@ void collect(const DiskNode& node, const std::string& path, int depth, int maxDe
   }
 }
 
-bool isInside(const std::string& path, const std::string& folder) {
-  return path.size() > folder.size() && path.starts_with(folder) &&
-         (folder == "/" || path[folder.size()] == '/');
-}
-
 }  // namespace
 
 Snapshot snapshot(const DiskNode& tree, double date, int64_t used,

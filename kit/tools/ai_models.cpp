@@ -17,6 +17,7 @@
 #include "kit/base/saturating.h"
 #include "kit/base/text.h"
 #include "kit/base/small_file.h"
+#include "kit/base/subfolders.h"
 #include "kit/tools/file_facts.h"
 
 namespace tallyfin {
@@ -72,16 +73,6 @@ AIModel describe(std::string name, AIModel::Source source, std::string path, std
   model.name = std::move(name);
   model.files = std::move(files);
   return model;
-}
-
-std::vector<fs::path> subfolders(const fs::path& folder) {
-  std::vector<fs::path> folders;
-  std::error_code error;
-  for (fs::directory_iterator it(folder, error), end; !error && it != end; it.increment(error)) {
-    if (it->is_directory(error) && !it->is_symlink(error)) folders.push_back(it->path());
-  }
-  std::sort(folders.begin(), folders.end());
-  return folders;
 }
 
 // "registry.ollama.ai/library/llama3/8b" reads "llama3:8b"; other namespaces and
@@ -245,12 +236,12 @@ std::vector<AIModel> ollamaModels(const std::string& home) {
 
 std::vector<AIModel> lmStudioModels(const std::string& home) {
   std::vector<AIModel> models;
-  for (const auto& publisher : subfolders(fs::path(home) / ".lmstudio/models")) {
-    for (const auto& folder : subfolders(publisher)) {
-      auto files = weightFiles(folder.string(), kLmStudioDepth);
+  for (const auto& publisher : sortedSubfolders(home + "/.lmstudio/models")) {
+    for (const auto& folder : sortedSubfolders(publisher)) {
+      auto files = weightFiles(folder, kLmStudioDepth);
       if (files.empty()) continue;
-      const std::string name = publisher.filename().string() + "/" + folder.filename().string();
-      models.push_back(describe(name, AIModel::Source::lmStudio, folder.string(), std::move(files)));
+      const std::string name = std::string(lastComponent(publisher)) + "/" + std::string(lastComponent(folder));
+      models.push_back(describe(name, AIModel::Source::lmStudio, folder, std::move(files)));
     }
   }
   return models;
@@ -258,13 +249,12 @@ std::vector<AIModel> lmStudioModels(const std::string& home) {
 
 std::vector<AIModel> huggingFaceModels(const std::string& home) {
   std::vector<AIModel> models;
-  for (const auto& folder : subfolders(fs::path(home) / ".cache/huggingface/hub")) {
-    const std::string repository = folder.filename().string();
+  for (const auto& folder : sortedSubfolders(home + "/.cache/huggingface/hub")) {
+    const std::string repository(lastComponent(folder));
     if (!repository.starts_with("models--")) continue;
-    auto files = weightFiles(folder.string(), kHuggingFaceDepth);
+    auto files = weightFiles(folder, kHuggingFaceDepth);
     if (files.empty()) continue;
-    models.push_back(describe(huggingFaceName(repository), AIModel::Source::huggingFace, folder.string(),
-                              std::move(files)));
+    models.push_back(describe(huggingFaceName(repository), AIModel::Source::huggingFace, folder, std::move(files)));
   }
   return models;
 }

@@ -26,10 +26,6 @@ std::string_view trimmed(std::string_view text) {
   return text.substr(first, last - first + 1);
 }
 
-bool isInside(std::string_view path, std::string_view folder) {
-  return path.size() > folder.size() && path.starts_with(folder) && path[folder.size()] == '/';
-}
-
 std::optional<int64_t> modificationTime(const std::string& path) {
   struct stat info;
   if (::lstat(path.c_str(), &info) != 0) return std::nullopt;
@@ -61,11 +57,7 @@ std::vector<DevProject> projects(const std::vector<CleanupItem>& items) {
     project.name = std::string(lastComponent(path));
     std::sort(project.clutter.begin(), project.clutter.end(),
               [](const CleanupItem& a, const CleanupItem& b) { return a.path < b.path; });
-    // Sorted by path, a nested item follows the item that holds it.
-    std::string outer;
-    for (const auto& item : project.clutter) {
-      if (!outer.empty() && isInside(item.path, outer)) continue;
-      outer = item.path;
+    for (const auto& item : outermostItems(project.clutter)) {
       project.clutterSize = saturatingAdd(project.clutterSize, item.size);
     }
     project.lastActivity = modificationTime(path);
@@ -76,15 +68,45 @@ std::vector<DevProject> projects(const std::vector<CleanupItem>& items) {
   return found;
 }
 
+namespace {
+
+// What one read of a repository gives: its git facts and when its index was written.
+struct Repository {
+  DevProject::Git git;
+  std::optional<int64_t> indexWritten;
+};
+
+std::optional<Repository> readRepository(const std::string& project, const std::vector<std::string>& skipping,
+                                         size_t fileLimit) {
+  const auto directory = gitDirectory(project);
+  if (!directory) return std::nullopt;
+  Repository repository;
+  DevProject::Git& info = repository.git;
+  if (const auto head = readFileStart(*directory + "/HEAD", kSmallGitFile)) info.branch = branch(*head);
+  info.lastCommit = lastReflogTime(*directory + "/logs/HEAD");
+  struct stat index;
+  if (::lstat((*directory + "/index").c_str(), &index) == 0) {
+    repository.indexWritten = index.st_mtim.tv_sec;
+    std::vector<std::string> skipped = skipping;
+    skipped.push_back(project + "/.git");
+    skipped.push_back(*directory);
+    info.dirty = anyFileNewer(index.st_mtim, project, skipped, fileLimit);
+  }
+  return repository;
+}
+
+}  // namespace
+
 std::vector<DevProject> withGit(std::vector<DevProject> projects, size_t fileLimit) {
   for (auto& project : projects) {
     std::vector<std::string> clutter;
     for (const auto& item : project.clutter) clutter.push_back(item.path);
-    project.git = git(project.path, clutter, fileLimit);
-    if (!project.git) continue;
+    const auto repository = readRepository(project.path, clutter, fileLimit);
+    if (!repository) continue;
+    project.git = repository->git;
     // The last commit, or the index (rewritten by add, commit and checkout), whichever is newer.
     std::optional<int64_t> latest = project.lastActivity;
-    for (const auto& time : {project.git->lastCommit, modificationTime(*gitDirectory(project.path) + "/index")}) {
+    for (const auto& time : {repository->git.lastCommit, repository->indexWritten}) {
       if (time) latest = std::max(latest.value_or(*time), *time);
     }
     project.lastActivity = latest;
@@ -205,19 +227,9 @@ std::optional<bool> anyFileNewer(const timespec& than, const std::string& folder
 
 std::optional<DevProject::Git> git(const std::string& project, const std::vector<std::string>& skipping,
                                    size_t fileLimit) {
-  const auto directory = gitDirectory(project);
-  if (!directory) return std::nullopt;
-  DevProject::Git info;
-  if (const auto head = readFileStart(*directory + "/HEAD", kSmallGitFile)) info.branch = branch(*head);
-  info.lastCommit = lastReflogTime(*directory + "/logs/HEAD");
-  struct stat index;
-  if (::lstat((*directory + "/index").c_str(), &index) == 0) {
-    std::vector<std::string> skipped = skipping;
-    skipped.push_back(project + "/.git");
-    skipped.push_back(*directory);
-    info.dirty = anyFileNewer(index.st_mtim, project, skipped, fileLimit);
-  }
-  return info;
+  auto repository = readRepository(project, skipping, fileLimit);
+  if (!repository) return std::nullopt;
+  return repository->git;
 }
 
 }  // namespace ProjectScanner

@@ -12,6 +12,7 @@
 #include <nlohmann/json.hpp>
 
 #include "kit/base/paths.h"
+#include "kit/base/subfolders.h"
 #include "kit/tools/probe_environment.h"
 #include "kit/tools/spawned.h"
 
@@ -26,16 +27,6 @@ std::optional<DockerReport::VMDisk> diskFile(std::string name, const std::string
   if (::stat(path.c_str(), &info) != 0 || !S_ISREG(info.st_mode)) return std::nullopt;
   return DockerReport::VMDisk{std::move(name), path, info.st_size, static_cast<int64_t>(info.st_blocks) * 512,
                               std::move(shrinkCommand)};
-}
-
-std::vector<fs::path> sortedChildren(const fs::path& folder) {
-  std::vector<fs::path> children;
-  std::error_code error;
-  for (fs::directory_iterator it(folder, error), end; !error && it != end; it.increment(error)) {
-    children.push_back(it->path());
-  }
-  std::sort(children.begin(), children.end());
-  return children;
 }
 
 int64_t integerField(const nlohmann::json& line, const char* key) {
@@ -118,14 +109,14 @@ std::vector<DockerReport::VMDisk> vmDisks(const std::string& home) {
     if (disk) disks.push_back(std::move(*disk));
   };
   const std::string colimaTrim = "colima ssh -- sudo fstrim -a";
-  for (const auto& instance : sortedChildren(home + "/.colima/_lima")) {
-    const std::string name = instance.filename().string();
+  for (const auto& instance : sortedSubfolders(home + "/.colima/_lima")) {
+    const std::string name(lastComponent(instance));
     if (name != "colima" && !name.starts_with("colima-")) continue;
     const std::string profile = name == "colima" ? "default" : name.substr(7);
-    add(diskFile("Colima VM (" + profile + ")", (instance / "diffdisk").string(), colimaTrim));
+    add(diskFile("Colima VM (" + profile + ")", instance + "/diffdisk", colimaTrim));
   }
-  for (const auto& data : sortedChildren(home + "/.colima/_lima/_disks")) {
-    add(diskFile("Colima data (" + data.filename().string() + ")", (data / "datadisk").string(), colimaTrim));
+  for (const auto& data : sortedSubfolders(home + "/.colima/_lima/_disks")) {
+    add(diskFile("Colima data (" + std::string(lastComponent(data)) + ")", data + "/datadisk", colimaTrim));
   }
   const std::string desktopReclaim = "docker run --privileged --pid=host docker/desktop-reclaim-space";
   add(diskFile("Docker Desktop", home + "/Library/Containers/com.docker.docker/Data/vms/0/data/Docker.raw",

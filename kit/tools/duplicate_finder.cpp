@@ -24,12 +24,6 @@ constexpr int64_t kFingerprintBytes = 3 * FileFacts::kBlock;
 constexpr int64_t kSampledBytes = 5 * FileFacts::kBlock;
 constexpr int64_t kListingReportEvery = 1'000;
 
-struct Candidate {
-  std::string path;
-  int64_t size = 0;
-  int64_t modified = 0;
-};
-
 using Hashes = std::vector<std::optional<std::string>>;
 
 // Bytes hashed against bytes planned, told to the caller as they move.
@@ -130,13 +124,13 @@ void forEachInParallel(size_t count, const std::function<void(size_t)>& body) {
 
 // The hash of every file, read through the cache; none where reading failed or
 // the search was cancelled first.
-Hashes hashAll(const std::vector<const Candidate*>& files, const Stage& stage,
+Hashes hashAll(const std::vector<const DuplicateCandidate*>& files, const Stage& stage,
                const DuplicateSearch& search, DuplicateCache& cache, ProgressMeter& meter) {
-  for (const Candidate* file : files) meter.plan(stage.planned(file->size));
+  for (const DuplicateCandidate* file : files) meter.plan(stage.planned(file->size));
   Hashes hashes(files.size());
   forEachInParallel(files.size(), [&](size_t i) {
     if (cancelled(search)) return;
-    const Candidate& file = *files[i];
+    const DuplicateCandidate& file = *files[i];
     int64_t read = 0;
     const ReadWatch watch(search.cancel, [&](int64_t bytes) {
       read += bytes;
@@ -155,10 +149,10 @@ Hashes hashAll(const std::vector<const Candidate*>& files, const Stage& stage,
 }
 
 // Files of one size, each set kept only when it holds two or more.
-using Groups = std::vector<std::vector<const Candidate*>>;
+using Groups = std::vector<std::vector<const DuplicateCandidate*>>;
 
 template <class Key>
-Groups keepShared(std::map<Key, std::vector<const Candidate*>>& byKey) {
+Groups keepShared(std::map<Key, std::vector<const DuplicateCandidate*>>& byKey) {
   Groups groups;
   for (auto& [key, files] : byKey) {
     if (files.size() >= 2) groups.push_back(std::move(files));
@@ -170,10 +164,10 @@ Groups keepShared(std::map<Key, std::vector<const Candidate*>>& byKey) {
 std::pair<Groups, std::vector<std::string>> regroup(const Groups& groups, const Stage& stage,
                                                     const DuplicateSearch& search, DuplicateCache& cache,
                                                     ProgressMeter& meter) {
-  std::vector<const Candidate*> files;
+  std::vector<const DuplicateCandidate*> files;
   for (const auto& group : groups) files.insert(files.end(), group.begin(), group.end());
   const Hashes hashes = hashAll(files, stage, search, cache, meter);
-  std::map<std::pair<int64_t, std::string>, std::vector<const Candidate*>> byHash;
+  std::map<std::pair<int64_t, std::string>, std::vector<const DuplicateCandidate*>> byHash;
   for (size_t i = 0; i < files.size(); ++i) {
     if (hashes[i]) byHash[{files[i]->size, *hashes[i]}].push_back(files[i]);
   }
@@ -186,9 +180,9 @@ std::pair<Groups, std::vector<std::string>> regroup(const Groups& groups, const 
 
 // The candidates worth reading: big enough, the user's own, counted once per
 // inode, and with their data really on disk.
-std::vector<Candidate> usableCandidates(const std::vector<DuplicateCandidate>& given,
+std::vector<DuplicateCandidate> usableCandidates(const std::vector<DuplicateCandidate>& given,
                                         const DuplicateSearch& search) {
-  std::vector<Candidate> usable;
+  std::vector<DuplicateCandidate> usable;
   std::set<std::pair<dev_t, ino_t>> seen;
   for (const auto& candidate : given) {
     if (candidate.size < search.minimum || !DuplicateFinder::isUserFile(candidate.path, search.home)) continue;
@@ -219,12 +213,12 @@ namespace DuplicateFinder {
 std::vector<DuplicateGroup> find(const std::vector<DuplicateCandidate>& given,
                                  const DuplicateSearch& search) {
   const platform::LowIoPriority background;
-  const std::vector<Candidate> candidates = usableCandidates(given, search);
+  const std::vector<DuplicateCandidate> candidates = usableCandidates(given, search);
   addToStats(search, [&](DuplicateStats::Counts& counts) {
     counts.candidates += static_cast<int64_t>(candidates.size());
   });
 
-  std::map<int64_t, std::vector<const Candidate*>> bySize;
+  std::map<int64_t, std::vector<const DuplicateCandidate*>> bySize;
   for (const auto& candidate : candidates) bySize[candidate.size].push_back(&candidate);
   const Groups sameSize = keepShared(bySize);
   addToStats(search, [&](DuplicateStats::Counts& counts) {
@@ -244,7 +238,7 @@ std::vector<DuplicateGroup> find(const std::vector<DuplicateCandidate>& given,
   std::vector<DuplicateGroup> groups;
   for (size_t g = 0; g < identical.size(); ++g) {
     DuplicateGroup group{hashes[g], identical[g].front()->size, {}, search.fullHash};
-    for (const Candidate* file : identical[g]) {
+    for (const DuplicateCandidate* file : identical[g]) {
       group.files.push_back({file->path, file->modified, FileFacts::privateSize(file->path).value_or(0)});
     }
     groups.push_back(std::move(group));

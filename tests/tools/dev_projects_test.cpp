@@ -62,6 +62,18 @@ TEST(DevProjects, GroupsSuggestionsAndCountsNestedClutterOnce) {
   EXPECT_FALSE(project.isStale(1e12, 90));
 }
 
+TEST(DevProjects, ASiblingThatSortsBetweenAFolderAndItsContentsIsNoHolder) {
+  // Plain string order puts "build-cache" between "build" and "build/x": a look at
+  // the previous item alone would count "build/x" a second time.
+  const auto projects = ProjectScanner::projects({
+      clutter("/p/build", 100, "/p"),
+      clutter("/p/build-cache", 10, "/p"),
+      clutter("/p/build/x", 40, "/p"),
+  });
+  ASSERT_EQ(projects.size(), 1u);
+  EXPECT_EQ(projects[0].clutterSize, 110);
+}
+
 TEST(DevProjects, BranchNamesFromHead) {
   EXPECT_EQ(ProjectScanner::branch("ref: refs/heads/main\n"), "main");
   EXPECT_EQ(ProjectScanner::branch("ref: refs/heads/feature/login"), "feature/login");

@@ -132,7 +132,7 @@ TEST(TrashService, RestoreChecksIdentityAndPlace) {
   JournalEntry otherInode = entry;
   *otherInode.inode += 1;
   EXPECT_EQ(service.restoreRefusal(otherInode), "A different item has that name in the Trash");
-  for (const std::string& bad : {home / ".ssh/id", std::string("/tmp/x"), home / "Library"}) {
+  for (const std::string& bad : {home / ".ssh/id", std::string("/nonexistent-outside-home/x"), home / "Library"}) {
     JournalEntry forged = entry;
     forged.path = bad;
     EXPECT_EQ(service.restoreRefusal(forged), "Original location isn't allowed") << bad;

@@ -1,0 +1,12 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace tallyfin {
+
+// The folders directly inside `folder` (links to folders left out), sorted by
+// path; none when it cannot be read.
+std::vector<std::string> sortedSubfolders(const std::string& folder);
+
+}  // namespace tallyfin
