@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "cli/apps_command.h"
 #include "cli/command_support.h"
 #include "cli/duplicates_command.h"
 #include "cli/interrupt.h"
@@ -108,12 +109,14 @@ int main(int argc, char** argv) {
       return kBadArguments;
     case cli::Options::Command::duplicates:
     case cli::Options::Command::systemData:
+    case cli::Options::Command::apps:
     case cli::Options::Command::scan:
       break;
   }
   const std::string home = platform::homeFolder();
   const Store store = options->store ? Store(*options->store) : Store::standard();
   if (options->command == cli::Options::Command::duplicates) return cli::findDuplicates(*options, store, home);
+  if (options->command == cli::Options::Command::apps) return cli::listApps(*options, home);
   if (options->command == cli::Options::Command::systemData) return cli::explainSystemData(*options, store, home);
   return options->noScan ? showSavedScan(*options, store) : scan(*options, store, home);
 }

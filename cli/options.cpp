@@ -66,6 +66,8 @@ Expected<Options, std::string> parseOptions(const std::vector<std::string>& argu
       if (i + 1 < arguments.size() && !arguments[i + 1].starts_with("--")) options.folder = arguments[++i];
     } else if (argument == "--system-data") {
       options.command = Options::Command::systemData;
+    } else if (argument == "--apps") {
+      options.command = Options::Command::apps;
     } else if (argument == "--min-size") {
       auto text = value("--min-size");
       if (!text) return fail(text.error());
@@ -100,6 +102,9 @@ Expected<Options, std::string> parseOptions(const std::vector<std::string>& argu
   if (options.command == Options::Command::systemData && (options.root || options.noScan)) {
     return fail(std::string("--system-data explains the last scan; --root and --no-scan do not apply"));
   }
+  if (options.command == Options::Command::apps && (options.root || options.noScan || options.store)) {
+    return fail(std::string("--apps looks at the installed apps; --root, --no-scan and --store do not apply"));
+  }
   if (duplicates && (options.root || options.noScan)) {
     return fail(std::string("--duplicates reads the last scan or a folder; --root and --no-scan do not apply"));
   }
@@ -120,6 +125,7 @@ Usage:
   tallyfin connect CLIENT       Add the MCP server to an assistant's settings
   tallyfin clients              Show which assistants are connected
   tallyfin --system-data        What fills the system's share of the disk, and what to do
+  tallyfin --apps               Installed apps, and what removed apps left behind
   tallyfin --duplicates [DIR]   Find identical files: the last scan's big files (100 MB+),
                                 or every file of at least --min-size MB in DIR
 

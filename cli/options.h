@@ -11,7 +11,7 @@
 namespace tallyfin::cli {
 
 struct Options {
-  enum class Command { scan, help, mcp, connect, clients, duplicates, systemData };
+  enum class Command { scan, help, mcp, connect, clients, duplicates, systemData, apps };
 
   Command command = Command::scan;
   bool json = false;
@@ -29,7 +29,7 @@ struct Options {
 
 inline constexpr std::string_view kUsage =
     "usage: tallyfin [--json] [--top N] [--no-scan] [--store DIR] [--root PATH] | mcp | "
-    "connect CLIENT | clients | --duplicates [DIR] [--min-size MB] [--full] | --system-data";
+    "connect CLIENT | clients | --duplicates [DIR] [--min-size MB] [--full] | --system-data | --apps";
 
 // The options of one invocation, or the one-line reason they make no sense.
 Expected<Options, std::string> parseOptions(const std::vector<std::string>& arguments);

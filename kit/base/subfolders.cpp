@@ -16,4 +16,15 @@ std::vector<std::string> sortedSubfolders(const std::string& folder) {
   return folders;
 }
 
+std::vector<std::string> sortedEntryNames(const std::string& folder) {
+  namespace fs = std::filesystem;
+  std::vector<std::string> names;
+  std::error_code error;
+  for (fs::directory_iterator it(folder, error), end; !error && it != end; it.increment(error)) {
+    names.push_back(it->path().filename().string());
+  }
+  std::sort(names.begin(), names.end());
+  return names;
+}
+
 }  // namespace tallyfin

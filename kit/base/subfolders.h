@@ -9,4 +9,7 @@ namespace tallyfin {
 // path; none when it cannot be read.
 std::vector<std::string> sortedSubfolders(const std::string& folder);
 
+// The names of everything directly inside `folder`, sorted; none when it cannot be read.
+std::vector<std::string> sortedEntryNames(const std::string& folder);
+
 }  // namespace tallyfin

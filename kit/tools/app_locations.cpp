@@ -78,14 +78,21 @@ bool isLeftoverLocation(std::string_view path, std::string_view home) {
   return false;
 }
 
-std::optional<std::string> bundleIdentifier(const std::string& bundlePath) {
+std::optional<BundleInfo> bundleInfo(const std::string& bundlePath) {
   const auto bytes = readSmallFile(bundlePath + "/Contents/Info.plist", kLargestInfoPlist);
   if (!bytes) return std::nullopt;
   const auto root = plist_values::parse(*bytes);
   if (!root || plist_get_node_type(root.get()) != PLIST_DICT) return std::nullopt;
-  auto identifier = plist_values::stringValue(plist_dict_get_item(root.get(), "CFBundleIdentifier"));
-  if (identifier && identifier->empty()) return std::nullopt;
-  return identifier;
+  const auto text = [&](const char* key) -> std::optional<std::string> {
+    auto value = plist_values::stringValue(plist_dict_get_item(root.get(), key));
+    if (value && value->empty()) return std::nullopt;
+    return value;
+  };
+  auto identifier = text("CFBundleIdentifier");
+  if (!identifier) return std::nullopt;
+  auto version = text("CFBundleShortVersionString");
+  return BundleInfo{std::move(*identifier), text("CFBundleName"), text("CFBundleDisplayName"),
+                    text("CFBundleExecutable"), version ? version : text("CFBundleVersion")};
 }
 
 std::optional<std::string> bundleRefusal(std::string_view path, std::string_view home) {
@@ -95,9 +102,9 @@ std::optional<std::string> bundleRefusal(std::string_view path, std::string_view
     return inApplications ? "Not an app" : "Only apps in Applications can be removed";
   }
   const std::string bundle(path);
-  const auto identifier = bundleIdentifier(bundle);
-  if (!identifier) return "Not an app";
-  const std::string lower = lowercased(*identifier);
+  const auto info = bundleInfo(bundle);
+  if (!info) return "Not an app";
+  const std::string lower = lowercased(info->identifier);
   if (lower == kOwnBundleIdentifier) return "That's Tallyfin \u2014 remove it in Finder if you want to";
   if (lower.starts_with("com.apple.") && !exists(bundle + "/Contents/_MASReceipt/receipt")) {
     return "Part of macOS";

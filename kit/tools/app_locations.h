@@ -43,8 +43,16 @@ bool isLeftoverLocation(std::string_view path, std::string_view home);
 // Why the bundle at `path` may not be removed; none when it may.
 std::optional<std::string> bundleRefusal(std::string_view path, std::string_view home);
 
-// CFBundleIdentifier from the bundle's Contents/Info.plist (XML or binary).
-std::optional<std::string> bundleIdentifier(const std::string& bundlePath);
+// What a bundle's Contents/Info.plist (XML or binary) says about it; none when
+// it has no readable, non-empty CFBundleIdentifier.
+struct BundleInfo {
+  std::string identifier;
+  std::optional<std::string> name;         // CFBundleName
+  std::optional<std::string> displayName;  // CFBundleDisplayName
+  std::optional<std::string> executable;   // CFBundleExecutable
+  std::optional<std::string> version;      // CFBundleShortVersionString, else CFBundleVersion
+};
+std::optional<BundleInfo> bundleInfo(const std::string& bundlePath);
 
 }  // namespace AppUninstaller
 }  // namespace tallyfin

@@ -1,6 +1,5 @@
 #include "kit/tools/dev_projects.h"
 
-#include <dirent.h>
 #include <fcntl.h>
 #include <unistd.h>
 
@@ -11,6 +10,7 @@
 #include "kit/base/paths.h"
 #include "kit/base/saturating.h"
 #include "kit/base/small_file.h"
+#include "kit/base/tree_walk.h"
 #include "kit/base/utf8.h"
 
 namespace tallyfin {
@@ -194,35 +194,11 @@ std::optional<int64_t> lastReflogTime(const std::string& path) {
 
 std::optional<bool> anyFileNewer(const timespec& than, const std::string& folder,
                                  const std::vector<std::string>& skipping, size_t limit) {
-  std::vector<std::string> pending{folder};
-  size_t looked = 0;
-  while (!pending.empty()) {
-    const std::string current = std::move(pending.back());
-    pending.pop_back();
-    DIR* directory = ::opendir(current.c_str());
-    if (!directory) continue;
-    while (const dirent* entry = ::readdir(directory)) {
-      const std::string_view name = entry->d_name;
-      if (name == "." || name == "..") continue;
-      const std::string path = joinPath(current, name);
-      struct stat info;
-      if (::fstatat(::dirfd(directory), entry->d_name, &info, AT_SYMLINK_NOFOLLOW) != 0) continue;
-      if (S_ISDIR(info.st_mode)) {
-        if (std::find(skipping.begin(), skipping.end(), path) == skipping.end()) pending.push_back(path);
-        continue;
-      }
-      if (later(info.st_mtim, than)) {
-        ::closedir(directory);
-        return true;
-      }
-      if (++looked >= limit) {
-        ::closedir(directory);
-        return std::nullopt;
-      }
-    }
-    ::closedir(directory);
-  }
-  return false;
+  const WalkEnd end = walkTree(folder, skipping, limit, [&](const std::string&, const struct stat& info) {
+    return S_ISDIR(info.st_mode) || !later(info.st_mtim, than);
+  });
+  if (end == WalkEnd::limitReached) return std::nullopt;
+  return end == WalkEnd::stopped;
 }
 
 std::optional<DevProject::Git> git(const std::string& project, const std::vector<std::string>& skipping,

@@ -64,7 +64,7 @@ std::string sanitizedRef(std::string_view ref);
 std::optional<int64_t> lastReflogTime(const std::string& path);
 
 // Whether any file under `folder` (outside `skipping`) changed after `than`; none
-// when `limit` files were looked at without finding one.
+// when `limit` entries were looked at without finding one.
 std::optional<bool> anyFileNewer(const timespec& than, const std::string& folder,
                                  const std::vector<std::string>& skipping, size_t limit);
 

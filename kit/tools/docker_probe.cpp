@@ -4,13 +4,12 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <cmath>
 #include <filesystem>
-#include <limits>
 #include <sstream>
 
 #include <nlohmann/json.hpp>
 
+#include "kit/base/decimal_size.h"
 #include "kit/base/paths.h"
 #include "kit/base/subfolders.h"
 #include "kit/tools/probe_environment.h"
@@ -70,24 +69,6 @@ std::vector<std::string> cliPaths(const std::string& home) {
           "/usr/bin/docker"};
 }
 
-int64_t bytes(std::string_view text) {
-  text = text.substr(0, text.find(' '));
-  static constexpr std::array<std::pair<std::string_view, double>, 6> kUnits = {{
-      {"TB", 1e12}, {"GB", 1e9}, {"MB", 1e6}, {"kB", 1e3}, {"KB", 1e3}, {"B", 1}}};
-  for (const auto& [suffix, factor] : kUnits) {
-    if (!text.ends_with(suffix)) continue;
-    const std::string number(text.substr(0, text.size() - suffix.size()));
-    char* end = nullptr;
-    const double value = std::strtod(number.c_str(), &end);
-    if (number.empty() || end != number.c_str() + number.size() || !(value >= 0)) return 0;
-    const double total = std::round(value * factor);
-    // 2^63 is the first double past the largest int64.
-    if (total >= 9'223'372'036'854'775'808.0) return std::numeric_limits<int64_t>::max();
-    return static_cast<int64_t>(total);
-  }
-  return 0;
-}
-
 std::vector<DockerReport::Usage> usage(std::string_view jsonLines) {
   std::vector<DockerReport::Usage> rows;
   std::istringstream lines{std::string(jsonLines)};
@@ -95,7 +76,7 @@ std::vector<DockerReport::Usage> usage(std::string_view jsonLines) {
     const auto json = nlohmann::json::parse(line, nullptr, false);
     if (!json.is_object() || !json.contains("Type") || !json["Type"].is_string()) continue;
     const auto size = [&](const char* key) {
-      return json.contains(key) && json[key].is_string() ? bytes(json[key].get<std::string>()) : 0;
+      return json.contains(key) && json[key].is_string() ? decimalBytes(json[key].get<std::string>()) : 0;
     };
     rows.push_back({json["Type"].get<std::string>(), integerField(json, "TotalCount"), integerField(json, "Active"),
                     size("Size"), size("Reclaimable")});
@@ -138,15 +119,8 @@ std::vector<DockerReport::VMDisk> vmDisks(const std::string& home) {
   return disks;
 }
 
-std::optional<std::string> findCli(const std::vector<std::string>& places) {
-  for (const auto& path : places) {
-    if (::access(path.c_str(), X_OK) == 0) return path;
-  }
-  return std::nullopt;
-}
-
 DockerReport collect(const std::string& home, double timeoutSeconds) {
-  return collect(home, findCli(cliPaths(home)), timeoutSeconds);
+  return collect(home, firstExecutable(cliPaths(home)), timeoutSeconds);
 }
 
 DockerReport collect(const std::string& home, const std::optional<std::string>& cli, double timeoutSeconds) {

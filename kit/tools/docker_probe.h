@@ -61,14 +61,8 @@ extern const std::array<DockerCommand, 5> kCommands;
 // Where a docker command is looked for, in order; nothing else (no PATH) is searched.
 std::vector<std::string> cliPaths(const std::string& home);
 
-// The first executable of `places`.
-std::optional<std::string> findCli(const std::vector<std::string>& places);
-
 // The lines of `docker system df --format '{{json .}}'`.
 std::vector<DockerReport::Usage> usage(std::string_view jsonLines);
-
-// Docker's human sizes in decimal units: "1.2GB", "350MB (40%)", "0B".
-int64_t bytes(std::string_view text);
 
 std::vector<DockerReport::VMDisk> vmDisks(const std::string& home);
 

@@ -12,6 +12,7 @@
 
 #include "kit/scan/scan_lock.h"
 #include "kit/store/store.h"
+#include "tests/support/app_bundle.h"
 #include "tests/support/file_content.h"
 #include "tests/support/process.h"
 #include "tests/support/temp_folder.h"
@@ -216,6 +217,30 @@ TEST_F(TallyfinCli, SystemDataExplainsTheSavedScan) {
   EXPECT_NE(std::find(titles.begin(), titles.end(), "Package caches"), titles.end());
   const auto text = tallyfin({"--store", dataDir(), "--system-data"});
   EXPECT_NE(text.out.find("$ sudo apt-get clean"), std::string::npos) << text.out;
+}
+
+TEST_F(TallyfinCli, AppsListsBundlesInTheHomesApplicationsAndWhatRemovedAppsLeft) {
+  testing::writeInfoPlist(home / "Applications/Foo.app", {{"CFBundleIdentifier", "org.example.foo"},
+                                                          {"CFBundleShortVersionString", "1.0"}});
+  testing::writeFile(home / "Library/Caches/com.gone.tool/a", 10);
+  testing::setModified(home / "Library/Caches/com.gone.tool/a", 1'600'000'000);
+  testing::setModified(home / "Library/Caches/com.gone.tool", 1'600'000'000);
+  const auto result = tallyfin({"--apps", "--json"});
+  ASSERT_EQ(result.exitCode, 0) << result.err;
+  const auto json = nlohmann::json::parse(result.out);
+  ASSERT_EQ(json["apps"].size(), 1u) << result.out;
+  EXPECT_EQ(json["apps"][0]["bundle_id"], "org.example.foo");
+  EXPECT_EQ(json["apps"][0]["version"], "1.0");
+  EXPECT_TRUE(json["apps"][0]["not_removable"].is_null());
+  ASSERT_EQ(json["leftovers_of_removed_apps"].size(), 1u);
+  EXPECT_EQ(json["leftovers_of_removed_apps"][0]["name_guess"], "Tool");
+  EXPECT_EQ(json["leftovers_of_removed_apps"][0]["last_changed"], "2020-09-13T12:26:40Z");
+  EXPECT_EQ(json["leftovers_of_removed_apps"][0]["items"][0]["kind"], "Caches");
+
+  const auto text = tallyfin({"--apps"});
+  EXPECT_NE(text.out.find("Foo 1.0"), std::string::npos) << text.out;
+  EXPECT_NE(text.out.find("~/Library/Caches/com.gone.tool"), std::string::npos) << text.out;
+  EXPECT_EQ(tallyfin({"--apps", "--root", home.path()}).exitCode, 64);
 }
 
 TEST_F(TallyfinCli, ASecondScanExitsTwoAtOnceAndTouchesNothing) {

@@ -15,8 +15,11 @@
 
 #include "kit/store/format.h"
 #include "kit/tools/docker_probe.h"
+#include "kit/tools/flatpak_apps.h"
+#include "kit/tools/probe_environment.h"
 #include "kit/tools/spawned.h"
 #include "kit/tools/tool_probe.h"
+#include "tests/support/file_content.h"
 #include "tests/support/temp_folder.h"
 
 namespace tallyfin {
@@ -74,17 +77,7 @@ TEST(Spawned, OutputStopsAtTheCap) {
   child->finish(true);
 }
 
-TEST(DockerProbe, ReadsDockersHumanSizes) {
-  EXPECT_EQ(DockerProbe::bytes("2.5GB (45%)"), 2'500'000'000);
-  EXPECT_EQ(DockerProbe::bytes("0B"), 0);
-  EXPECT_EQ(DockerProbe::bytes("350MB"), 350'000'000);
-  EXPECT_EQ(DockerProbe::bytes("1.2kB"), 1'200);
-  EXPECT_EQ(DockerProbe::bytes("12KB"), 12'000);
-  EXPECT_EQ(DockerProbe::bytes("3TB"), 3'000'000'000'000);
-  EXPECT_EQ(DockerProbe::bytes("99999999TB"), std::numeric_limits<int64_t>::max());
-  EXPECT_EQ(DockerProbe::bytes("lots"), 0);
-  EXPECT_EQ(DockerProbe::bytes("GB"), 0);
-
+TEST(DockerProbe, ReadsSystemDfLines) {
   const auto rows = DockerProbe::usage(
       R"j({"Active":"2","Reclaimable":"1.2GB (40%)","Size":"3GB","TotalCount":"5","Type":"Images"})j"
       "\n"
@@ -104,14 +97,14 @@ TEST(DockerProbe, FindsDockerOnlyInItsKnownPlaces) {
 
   // A docker anywhere else in home is never chosen.
   script(home / "bin/docker", "exit 0");
-  EXPECT_NE(DockerProbe::findCli(places), home / "bin/docker");
+  EXPECT_NE(firstExecutable(places), home / "bin/docker");
   const auto missing = DockerProbe::collect(home.path(), std::nullopt, 5);
   EXPECT_EQ(missing.status(), DockerProbe::kNotInstalled);
 
   script(home / ".orbstack/bin/docker",
          "env > " + home / "env.txt" + "\n"
          R"j(echo '{"Active":"1","Reclaimable":"0B","Size":"2.5GB (45%)","TotalCount":"1","Type":"Local Volumes"}')j");
-  const auto found = DockerProbe::findCli({home / "nothing/docker", home / ".orbstack/bin/docker"});
+  const auto found = firstExecutable({home / "nothing/docker", home / ".orbstack/bin/docker"});
   EXPECT_EQ(found, home / ".orbstack/bin/docker");
   const auto report = DockerProbe::collect(home.path(), found, 5);
   EXPECT_TRUE(report.running);
@@ -218,6 +211,55 @@ TEST(IsoDates, ZonesAndFractions) {
   EXPECT_FALSE(Format::parseIsoDate("2024-05-01 10:20:30").has_value());
   EXPECT_FALSE(Format::parseIsoDate("2024-05-01T10:20:30").has_value());
   EXPECT_EQ(Format::isoDate(1'714'558'830), "2024-05-01T10:20:30Z");
+}
+
+TEST(Flatpak, ReadsTheListAndOffersItsOwnCommand) {
+  const auto apps = Flatpak::parseList(
+      "org.gimp.GIMP\tGNU Image Manipulation Program\t2.10.38\t1.2\u00a0GB\n"
+      "com.example.Bare\t\t\t\n"
+      "\n");
+  ASSERT_EQ(apps.size(), 2u);
+  EXPECT_EQ(apps[0].name, "GNU Image Manipulation Program");
+  EXPECT_EQ(apps[0].version, "2.10.38");
+  EXPECT_EQ(apps[0].size, 1'200'000'000);
+  EXPECT_EQ(apps[0].command(), "flatpak uninstall --delete-data org.gimp.GIMP");
+  EXPECT_EQ(apps[1].name, "com.example.Bare");
+  EXPECT_EQ(apps[1].version, std::nullopt);
+  EXPECT_EQ(apps[1].size, 0);
+}
+
+TEST(Flatpak, AsksTheCommandAndGivesNothingWhenItFails) {
+  TempFolder home;
+  const std::string flatpak = home / "bin/flatpak";
+  script(flatpak, "[ \"$1 $2 $3\" = 'list --app --columns=application,name,version,size' ] || exit 2\n"
+                  "printf 'org.gimp.GIMP\\tGIMP\\t2.10\\t300 MB\\n'");
+  const auto apps = Flatpak::installed(home.path(), flatpak, 5);
+  ASSERT_TRUE(apps.has_value());
+  ASSERT_EQ(apps->size(), 1u);
+  EXPECT_EQ((*apps)[0].size, 300'000'000);
+
+  script(flatpak, "exit 1");
+  EXPECT_EQ(Flatpak::installed(home.path(), flatpak, 5), std::nullopt);
+  EXPECT_EQ(Flatpak::installed(home.path(), std::nullopt, 5), std::nullopt);
+}
+
+TEST(Flatpak, DataOfRemovedAppsIsListedAfterTwoQuietWeeks) {
+  TempFolder home;
+  const int64_t now = 1'800'000'000;
+  for (const std::string id : {"org.gone.Game", "org.gimp.GIMP", "org.recent.Tool"}) {
+    testing::writeFile(home / (".var/app/" + id + "/data/file"), 5000);
+    testing::setModified(home / (".var/app/" + id + "/data/file"), now - 30 * 86'400);
+    testing::setModified(home / (".var/app/" + id + "/data"), now - 30 * 86'400);
+    testing::setModified(home / (".var/app/" + id), now - 30 * 86'400);
+  }
+  testing::setModified(home / ".var/app/org.recent.Tool/data/file", now - 10 * 86'400);
+  const auto groups = Flatpak::removedAppData(home.path(), {{"org.gimp.GIMP", "GIMP", {}, 0}}, 14, now);
+  ASSERT_EQ(groups.size(), 1u);
+  EXPECT_EQ(groups[0].bundleID, "org.gone.Game");
+  ASSERT_EQ(groups[0].leftovers.size(), 1u);
+  EXPECT_EQ(groups[0].leftovers[0].path, home / ".var/app/org.gone.Game");
+  EXPECT_GE(groups[0].size(), 5000);
+  EXPECT_EQ(groups[0].lastModified, now - 30 * 86'400);
 }
 
 }  // namespace

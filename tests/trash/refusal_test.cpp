@@ -5,6 +5,7 @@
 #include "kit/cleanup/keep_list.h"
 #include "kit/tools/app_locations.h"
 #include "kit/trash/refusal_rules.h"
+#include "tests/support/app_bundle.h"
 #include "tests/trash/trash_fixture.h"
 
 namespace tallyfin {
@@ -20,14 +21,8 @@ constexpr std::string_view kCredential =
     "Looks like a key or password file \u2014 Tallyfin never touches it";
 
 void writeInfoPlist(const std::string& bundle, const std::string& identifier) {
-  testing::writeFile(bundle + "/Contents/Info.plist");
-  std::FILE* file = std::fopen((bundle + "/Contents/Info.plist").c_str(), "w");
-  std::fprintf(file,
-               "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<plist version=\"1.0\"><dict>"
-               "%s</dict></plist>\n",
-               identifier.empty() ? "" : ("<key>CFBundleIdentifier</key><string>" + identifier +
-                                          "</string>").c_str());
-  std::fclose(file);
+  if (identifier.empty()) return testing::writeInfoPlist(bundle, {});
+  testing::writeInfoPlist(bundle, {{"CFBundleIdentifier", identifier}});
 }
 
 class Refusal : public ::testing::Test {

@@ -1,0 +1,74 @@
+#include "kit/tools/flatpak_apps.h"
+
+#include <algorithm>
+
+#include "kit/base/decimal_size.h"
+#include "kit/base/paths.h"
+#include "kit/base/subfolders.h"
+#include "kit/base/tree_walk.h"
+#include "kit/scan/path_size.h"
+#include "kit/tools/probe_environment.h"
+#include "kit/tools/spawned.h"
+
+namespace tallyfin::Flatpak {
+namespace {
+
+std::vector<std::string_view> fields(std::string_view line) {
+  std::vector<std::string_view> parts;
+  for (size_t start = 0; start <= line.size();) {
+    const size_t tab = std::min(line.find('\t', start), line.size());
+    parts.push_back(line.substr(start, tab - start));
+    start = tab + 1;
+  }
+  return parts;
+}
+
+}  // namespace
+
+std::vector<std::string> cliPaths() { return {"/usr/bin/flatpak", "/usr/local/bin/flatpak"}; }
+
+std::vector<std::string> listArguments() { return {"list", "--app", "--columns=application,name,version,size"}; }
+
+std::vector<FlatpakApp> parseList(std::string_view output) {
+  std::vector<FlatpakApp> apps;
+  for (size_t start = 0; start < output.size();) {
+    const size_t end = std::min(output.find('\n', start), output.size());
+    const auto parts = fields(output.substr(start, end - start));
+    start = end + 1;
+    if (parts[0].empty()) continue;
+    FlatpakApp app;
+    app.id = std::string(parts[0]);
+    app.name = parts.size() > 1 && !parts[1].empty() ? std::string(parts[1]) : app.id;
+    if (parts.size() > 2 && !parts[2].empty()) app.version = std::string(parts[2]);
+    if (parts.size() > 3) app.size = decimalBytes(parts[3]);
+    apps.push_back(std::move(app));
+  }
+  return apps;
+}
+
+std::optional<std::vector<FlatpakApp>> installed(const std::string& home, const std::optional<std::string>& cli,
+                                                 double timeoutSeconds) {
+  if (!cli) return std::nullopt;
+  const auto run = runTool(*cli, listArguments(), probeEnvironment(home), timeoutSeconds);
+  if (!run.succeeded()) return std::nullopt;
+  return parseList(run.output);
+}
+
+std::vector<OrphanGroup> removedAppData(const std::string& home, const std::vector<FlatpakApp>& apps, int days,
+                                        double now) {
+  const int64_t quietSince = static_cast<int64_t>(now) - static_cast<int64_t>(days) * 86'400;
+  std::vector<OrphanGroup> groups;
+  for (const auto& folder : sortedSubfolders(home + "/.var/app")) {
+    const std::string id(lastComponent(folder));
+    const bool stillInstalled =
+        std::any_of(apps.begin(), apps.end(), [&](const FlatpakApp& app) { return app.id == id; });
+    if (stillInstalled) continue;
+    const auto changed = latestChange(folder, AppUninstaller::kChangeLookLimit);
+    if (!changed || *changed > quietSince) continue;
+    groups.push_back({id, {{folder, LeftoverKind::support, measuredSize(folder, home), false, false}}, *changed});
+  }
+  std::sort(groups.begin(), groups.end(), [](const OrphanGroup& a, const OrphanGroup& b) { return a.size() > b.size(); });
+  return groups;
+}
+
+}  // namespace tallyfin::Flatpak
