@@ -13,6 +13,7 @@
 #include "cli/command_support.h"
 #include "cli/duplicates_command.h"
 #include "cli/interrupt.h"
+#include "cli/mcp_command.h"
 #include "cli/options.h"
 #include "cli/progress_line.h"
 #include "cli/summary.h"
@@ -102,7 +103,6 @@ int main(int argc, char** argv) {
     case cli::Options::Command::help:
       std::fputs(cli::helpText().c_str(), stdout);
       return kOk;
-    case cli::Options::Command::mcp:
     case cli::Options::Command::connect:
     case cli::Options::Command::clients:
       diagnose("this command is not available yet in this build.");
@@ -110,12 +110,14 @@ int main(int argc, char** argv) {
     case cli::Options::Command::duplicates:
     case cli::Options::Command::systemData:
     case cli::Options::Command::apps:
+    case cli::Options::Command::mcp:
     case cli::Options::Command::scan:
       break;
   }
   const std::string home = platform::homeFolder();
   const Store store = options->store ? Store(*options->store) : Store::standard();
   if (options->command == cli::Options::Command::duplicates) return cli::findDuplicates(*options, store, home);
+  if (options->command == cli::Options::Command::mcp) return cli::serveMcp(*options, store, home);
   if (options->command == cli::Options::Command::apps) return cli::listApps(*options, home);
   if (options->command == cli::Options::Command::systemData) return cli::explainSystemData(*options, store, home);
   return options->noScan ? showSavedScan(*options, store) : scan(*options, store, home);

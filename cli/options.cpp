@@ -102,6 +102,9 @@ Expected<Options, std::string> parseOptions(const std::vector<std::string>& argu
   if (options.command == Options::Command::systemData && (options.root || options.noScan)) {
     return fail(std::string("--system-data explains the last scan; --root and --no-scan do not apply"));
   }
+  if (options.command == Options::Command::mcp && (options.json || options.noScan)) {
+    return fail(std::string("mcp speaks JSON-RPC on its own; --json and --no-scan do not apply"));
+  }
   if (options.command == Options::Command::apps && (options.root || options.noScan || options.store)) {
     return fail(std::string("--apps looks at the installed apps; --root, --no-scan and --store do not apply"));
   }
@@ -121,7 +124,8 @@ Usage:
                                 safe/review totals, suggestions, biggest folders)
   tallyfin --store DIR          Scan into another folder (benchmarks, experiments)
   tallyfin --root PATH          Scan one folder instead of the whole disk
-  tallyfin mcp                  Serve AI assistants over MCP (standard input and output)
+  tallyfin mcp                  Serve AI assistants over MCP (standard input and output);
+                                with --root, scan_disk measures that folder only
   tallyfin connect CLIENT       Add the MCP server to an assistant's settings
   tallyfin clients              Show which assistants are connected
   tallyfin --system-data        What fills the system's share of the disk, and what to do

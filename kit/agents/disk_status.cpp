@@ -4,6 +4,7 @@
 
 #include "kit/cleanup/cleanup_totals.h"
 #include "kit/store/disk_info.h"
+#include "kit/store/format.h"
 
 namespace tallyfin::AgentJson {
 
@@ -34,11 +35,11 @@ nlohmann::json diskStatus(const ScanReport& report, const std::set<std::string>&
 
 nlohmann::json suggestionItem(const CleanupItem& item) {
   nlohmann::json json = {{"path", item.path},         {"title", item.title},
-                         {"category", item.category}, {"safety", item.safety},
+                         {"category", label(item.category)}, {"safety", item.safety},
                          {"size", item.size},         {"trashable", item.trashable}};
   if (item.command) json["command"] = *item.command;
   if (!item.detail.empty()) json["detail"] = item.detail;
-  if (item.lastUsed) json["last_used"] = *item.lastUsed;
+  if (item.lastUsed) json["last_used"] = Format::isoDate(*item.lastUsed);
   if (item.project) json["project"] = *item.project;
   return json;
 }

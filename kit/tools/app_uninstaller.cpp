@@ -73,9 +73,15 @@ std::string capitalized(std::string word) {
   return word;
 }
 
-std::vector<TrashItem> leftoverItems(const std::vector<AppLeftover>& chosen) {
+// Leftovers in ~/Library are checked as an app's own items; data a Flatpak app
+// left in ~/.var/app is a plain folder of the user's and is checked as one.
+std::vector<TrashItem> leftoverItems(const std::vector<AppLeftover>& chosen, const std::string& home) {
   std::vector<TrashItem> items;
-  for (const auto& leftover : chosen) items.push_back({leftover.path, leftover.size, TrashItem::Origin::appLeftover});
+  for (const auto& leftover : chosen) {
+    const auto origin = AppUninstaller::isLeftoverLocation(leftover.path, home) ? TrashItem::Origin::appLeftover
+                                                                                : TrashItem::Origin::userChoice;
+    items.push_back({leftover.path, leftover.size, origin});
+  }
   return items;
 }
 
@@ -261,15 +267,15 @@ std::vector<OrphanGroup> orphans(const std::string& home, const std::vector<Inst
 }
 
 TrashOutcome uninstall(const TrashService& trash, const InstalledApp& app, const std::vector<AppLeftover>& chosen,
-                       double now) {
+                       const std::string& home, double now) {
   std::vector<TrashItem> items{{app.path, app.size, TrashItem::Origin::application}};
-  for (auto& item : leftoverItems(chosen)) items.push_back(std::move(item));
+  for (auto& item : leftoverItems(chosen, home)) items.push_back(std::move(item));
   return trash.trash(items, "Uninstall " + app.name, now);
 }
 
 TrashOutcome removeLeftovers(const TrashService& trash, const OrphanGroup& group,
-                             const std::vector<AppLeftover>& chosen, double now) {
-  return trash.trash(leftoverItems(chosen), "Leftovers of " + group.displayName(), now);
+                             const std::vector<AppLeftover>& chosen, const std::string& home, double now) {
+  return trash.trash(leftoverItems(chosen, home), "Leftovers of " + group.displayName(), now);
 }
 
 }  // namespace AppUninstaller

@@ -76,10 +76,10 @@ std::vector<OrphanGroup> orphans(const std::string& home, const std::vector<Inst
 
 // The app and the chosen leftovers, moved as one batch.
 TrashOutcome uninstall(const TrashService& trash, const InstalledApp& app, const std::vector<AppLeftover>& chosen,
-                       double now);
+                       const std::string& home, double now);
 // The chosen leftovers of a removed app, moved as one batch.
 TrashOutcome removeLeftovers(const TrashService& trash, const OrphanGroup& group,
-                             const std::vector<AppLeftover>& chosen, double now);
+                             const std::vector<AppLeftover>& chosen, const std::string& home, double now);
 
 }  // namespace AppUninstaller
 }  // namespace tallyfin

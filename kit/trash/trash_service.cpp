@@ -215,16 +215,16 @@ UndoOutcome TrashService::undo(const std::string& batchId) const {
         continue;
       }
       if (auto reason = restoreRefusal(entry)) {
-        outcome.failed.push_back(entry.path);
+        outcome.failed.emplace_back(entry.path, *reason);
         const bool gone = *reason == kNoLongerInTrash || *reason == kDifferentItem ||
                           *reason == kNotInTrash;
         if (!gone) kept.push_back(entry);
         continue;
       }
-      if (trasher_->restore(entry.trashedPath, entry.path)) {
+      if (auto restored = trasher_->restore(entry.trashedPath, entry.path)) {
         outcome.restored.push_back(entry.path);
       } else {
-        outcome.failed.push_back(entry.path);
+        outcome.failed.emplace_back(entry.path, restored.error().message);
         kept.push_back(entry);
       }
     }

@@ -35,7 +35,7 @@ struct TrashOutcome {
 
 struct UndoOutcome {
   std::vector<std::string> restored;
-  std::vector<std::string> failed;
+  std::vector<std::pair<std::string, std::string>> failed;  // path, reason
 };
 
 class TrashService {

@@ -121,14 +121,14 @@ TEST_F(TallyfinCli, NoSavedScanExitsThreeWithNothingOnStandardOutput) {
 TEST_F(TallyfinCli, BadArgumentsExitSixtyFourWithAUsageLine) {
   for (const auto& arguments : std::vector<std::vector<std::string>>{
            {"--frobnicate"}, {"--top"}, {"--top", "many"}, {"--top", "-1"}, {"--store"},
-           {"connect", "notepad"}, {"--no-scan", "--root", "/tmp"}}) {
+           {"connect", "notepad"}, {"--no-scan", "--root", "/tmp"}, {"mcp", "--json"}}) {
     const auto result = tallyfin(arguments);
     EXPECT_EQ(result.exitCode, 64) << arguments[0];
     EXPECT_EQ(result.out, "");
     EXPECT_NE(result.err.find("usage: tallyfin"), std::string::npos);
   }
   for (const auto& later : std::vector<std::vector<std::string>>{
-           {"mcp"}, {"clients"}, {"connect", "cursor"}}) {
+           {"clients"}, {"connect", "cursor"}}) {
     const auto result = tallyfin(later);
     EXPECT_EQ(result.exitCode, 64) << later[0];
     EXPECT_NE(result.err.find("not available yet"), std::string::npos);

@@ -215,7 +215,7 @@ TEST_F(Uninstaller, MovesTheAppAndTheChosenLeftoversAsOneBatchAndPutsThemBack) {
   ASSERT_EQ(chosen.size(), 2u);
 
   const auto service = home.service();
-  const auto outcome = AppUninstaller::uninstall(service, listed[0], chosen, now);
+  const auto outcome = AppUninstaller::uninstall(service, listed[0], chosen, home.path(), now);
   ASSERT_TRUE(outcome.failed.empty()) << outcome.failed[0].first << ": " << outcome.failed[0].second;
   ASSERT_EQ(outcome.moved.size(), 3u);
   for (const auto& entry : outcome.moved) EXPECT_EQ(entry.batch, outcome.batch);
@@ -234,7 +234,7 @@ TEST_F(Uninstaller, AnAppleAppWithoutAReceiptDoesNotMoveEvenWhenAsked) {
   const auto notes = app("Notes", "com.apple.Notes");
   const auto listed = installed();
   ASSERT_EQ(listed.size(), 1u);
-  const auto outcome = AppUninstaller::uninstall(home.service(), listed[0], {}, now);
+  const auto outcome = AppUninstaller::uninstall(home.service(), listed[0], {}, home.path(), now);
   ASSERT_EQ(outcome.failed.size(), 1u);
   EXPECT_EQ(outcome.failed[0].second, "Part of macOS");
   EXPECT_TRUE(exists(notes));

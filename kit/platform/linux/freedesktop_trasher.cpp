@@ -120,6 +120,12 @@ class FreedesktopTrasher final : public Trasher {
 
  private:
   Status makeFolders() const {
+    // A fresh account may not have ~/.local/share yet; its missing folders are made private (0700).
+    const std::string data(parentPath(trash_));
+    for (size_t slash = data.find('/', 1); slash != std::string::npos; slash = data.find('/', slash + 1)) {
+      ::mkdir(data.substr(0, slash).c_str(), 0700);
+    }
+    ::mkdir(data.c_str(), 0700);
     for (const std::string* folder : {&trash_, &files_, &info_}) {
       if (::mkdir(folder->c_str(), 0700) != 0 && errno != EEXIST) {
         return fail(systemError("Can't make the Trash folder " + *folder, errno));

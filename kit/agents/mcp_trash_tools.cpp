@@ -1,0 +1,220 @@
+// The tools that move things: always a preview first, then a confirmation that
+// carries the preview's signed token, then one batch of the trash service.
+
+#include <algorithm>
+#include <set>
+
+#include "kit/agents/disk_status.h"
+#include "kit/agents/mcp_server.h"
+#include "kit/agents/tool_arguments.h"
+#include "kit/base/saturating.h"
+#include "kit/base/text.h"
+#include "kit/tools/app_inventory.h"
+
+namespace tallyfin {
+namespace {
+
+using nlohmann::json;
+namespace Arg = ToolArguments;
+
+constexpr size_t kMostPaths = 200;
+constexpr const char* kAgentLabel = "AI agent";
+constexpr const char* kMovedNote = "In the Trash \u2014 empty it to get the space back. Undo with undo_trash.";
+constexpr const char* kMoveNext =
+    "Show this to the user. Only if they agree, call again with the same paths, confirm=true and this "
+    "preview_token (valid 10 minutes).";
+constexpr const char* kUninstallNext =
+    "Show this to the user. Only if they agree, call again with the same app/orphan and include, confirm=true "
+    "and this preview_token (valid 10 minutes).";
+constexpr const char* kMovePreviewFirst =
+    "Preview first: call move_to_trash without confirm, show the result to the user, then confirm with the same "
+    "paths and the preview_token it returned (valid 10 minutes).";
+constexpr const char* kUninstallPreviewFirst =
+    "Preview first: call uninstall_app without confirm, show the result to the user, then confirm with the same "
+    "arguments and the preview_token it returned (valid 10 minutes).";
+
+using Refusals = std::vector<std::pair<std::string, std::string>>;
+
+json refusalList(const Refusals& refusals) {
+  json list = json::array();
+  for (const auto& [path, reason] : refusals) list.push_back({{"path", path}, {"reason", reason}});
+  return list;
+}
+
+std::vector<std::string> distinctInOrder(const std::vector<std::string>& paths) {
+  std::vector<std::string> distinct;
+  std::set<std::string> seen;
+  for (const auto& path : paths) {
+    if (seen.insert(path).second) distinct.push_back(path);
+  }
+  return distinct;
+}
+
+json movedResult(const TrashOutcome& outcome, Refusals refused) {
+  json moved = json::array();
+  for (const auto& entry : outcome.moved) moved.push_back(entry.path);
+  for (const auto& failure : outcome.failed) refused.push_back(failure);
+  json result = {{"moved", std::move(moved)},
+                 {"freed_bytes", outcome.freedBytes()},
+                 {"batch", outcome.moved.empty() ? json(nullptr) : json(outcome.batch)},
+                 {"refused", refusalList(refused)},
+                 {"note", kMovedNote}};
+  if (outcome.journalError) result["journal_error"] = *outcome.journalError;
+  return result;
+}
+
+std::string notIncludedReason(const AppLeftover& leftover) {
+  if (leftover.mayHoldDocuments) return "may hold the user's documents";
+  if (leftover.matchedByName) return "matched by name only";
+  return "not in include";
+}
+
+json leftoverEntry(const AppLeftover& leftover) {
+  return {{"path", leftover.path}, {"kind", AppUninstaller::title(leftover.kind)}, {"size", leftover.size}};
+}
+
+}  // namespace
+
+json MCPServer::moveToTrash(const json& arguments) {
+  const auto current = report();
+  const auto paths = distinctInOrder(Arg::texts(arguments, "paths").value_or(std::vector<std::string>{}));
+  if (paths.empty()) throw ToolError("paths is empty");
+  if (paths.size() > kMostPaths) throw ToolError("At most 200 paths per call.");
+  const bool confirm = Arg::flag(arguments, "confirm");
+  const auto token = Arg::text(arguments, "preview_token");
+
+  const TrashService trash = trashService();
+  Refusals refused;
+  std::vector<const CleanupItem*> accepted;
+  for (const auto& path : paths) {
+    const auto item = std::find_if(current->items.begin(), current->items.end(),
+                                   [&](const CleanupItem& candidate) { return candidate.path == path; });
+    if (item == current->items.end()) {
+      refused.emplace_back(path, "Not a cleanup suggestion from the last scan");
+    } else if (!item->trashable) {
+      refused.emplace_back(path, "Cleaned with its own tool: " + item->command.value_or("see the app"));
+    } else if (auto reason = trash.refusal(path, TrashItem::Origin::suggestion)) {
+      refused.emplace_back(path, *reason);
+    } else {
+      accepted.push_back(&*item);
+    }
+  }
+
+  if (!confirm) {
+    int64_t total = 0;
+    json wouldMove = json::array();
+    for (const CleanupItem* item : accepted) {
+      total = saturatingAdd(total, item->size);
+      wouldMove.push_back(AgentJson::suggestionItem(*item));
+    }
+    return {{"preview", true},
+            {"would_move", std::move(wouldMove)},
+            {"total_bytes", total},
+            {"refused", refusalList(refused)},
+            {"preview_token", signer_.token(paths, static_cast<int64_t>(clock()) + PreviewSigner::kValidSeconds)},
+            {"next", kMoveNext}};
+  }
+  if (!token || !signer_.isValid(*token, paths, clock())) throw ToolError(kMovePreviewFirst);
+  std::vector<TrashItem> items;
+  for (const CleanupItem* item : accepted) items.push_back({item->path, item->size, TrashItem::Origin::suggestion});
+  return movedResult(trash.trash(items, std::string(kAgentLabel), clock()), std::move(refused));
+}
+
+json MCPServer::uninstallApp(const json& arguments) {
+  const auto appPath = Arg::text(arguments, "app");
+  const auto orphanID = Arg::text(arguments, "orphan");
+  const auto include = Arg::texts(arguments, "include");
+  const bool confirm = Arg::flag(arguments, "confirm");
+  const auto token = Arg::text(arguments, "preview_token");
+  if (appPath.has_value() == orphanID.has_value()) {
+    throw ToolError("Give app (a path) or orphan (a bundle id) from list_apps.");
+  }
+
+  const auto inventory =
+      AppInventory::gather(settings_.applicationFolders, settings_.home, settings_.flatpakCli, clock());
+  const InstalledApp* app = nullptr;
+  const OrphanGroup* orphan = nullptr;
+  std::vector<AppLeftover> leftovers;
+  json subject;
+  if (appPath) {
+    const auto found = std::find_if(inventory.apps.begin(), inventory.apps.end(),
+                                    [&](const InstalledApp& candidate) { return candidate.path == *appPath; });
+    if (found == inventory.apps.end()) throw ToolError("Not an app \u2014 use a path from list_apps.");
+    app = &*found;
+    if (app->refusal) throw ToolError(*app->refusal);
+    leftovers = AppUninstaller::leftovers(*app, inventory.apps, settings_.home);
+    subject = {{"name", app->name}, {"bundle_id", app->bundleID}, {"path", app->path}, {"size", app->size}};
+  } else {
+    const auto found = std::find_if(inventory.removed.begin(), inventory.removed.end(), [&](const OrphanGroup& g) {
+      return lowercased(g.bundleID) == lowercased(*orphanID);
+    });
+    if (found == inventory.removed.end()) {
+      throw ToolError("No leftovers of a removed app with that bundle id \u2014 use one from list_apps.");
+    }
+    orphan = &*found;
+    leftovers = orphan->leftovers;
+    subject = {{"bundle_id", orphan->bundleID}, {"name_guess", orphan->displayName()}};
+  }
+
+  Refusals refused;
+  std::vector<AppLeftover> chosen;
+  json notIncluded = json::array();
+  for (const auto& leftover : leftovers) {
+    const bool wanted = include ? std::find(include->begin(), include->end(), leftover.path) != include->end()
+                                : leftover.tickedByDefault();
+    if (wanted) {
+      chosen.push_back(leftover);
+    } else {
+      notIncluded.push_back({{"path", leftover.path}, {"reason", notIncludedReason(leftover)}});
+    }
+  }
+  for (const auto& path : include.value_or(std::vector<std::string>{})) {
+    const bool known = std::any_of(leftovers.begin(), leftovers.end(), [&](const AppLeftover& l) { return l.path == path; });
+    if (!known) refused.emplace_back(path, "Not one of this app's leftovers");
+  }
+
+  std::vector<std::string> moving;
+  int64_t total = 0;
+  json wouldMove = json::array();
+  if (app) {
+    moving.push_back(app->path);
+    total = app->size;
+    wouldMove.push_back({{"path", app->path}, {"kind", "Application"}, {"size", app->size}});
+  }
+  for (const auto& leftover : chosen) {
+    moving.push_back(leftover.path);
+    total = saturatingAdd(total, leftover.size);
+    wouldMove.push_back(leftoverEntry(leftover));
+  }
+
+  if (!confirm) {
+    return {{"preview", true},
+            {app ? "app" : "orphan", std::move(subject)},
+            {"would_move", std::move(wouldMove)},
+            {"not_included", std::move(notIncluded)},
+            {"total_bytes", total},
+            {"refused", refusalList(refused)},
+            {"preview_token", signer_.token(moving, static_cast<int64_t>(clock()) + PreviewSigner::kValidSeconds)},
+            {"next", kUninstallNext}};
+  }
+  if (!token || !signer_.isValid(*token, moving, clock())) throw ToolError(kUninstallPreviewFirst);
+  const TrashService trash = trashService();
+  const TrashOutcome outcome = app ? AppUninstaller::uninstall(trash, *app, chosen, settings_.home, clock())
+                                   : AppUninstaller::removeLeftovers(trash, *orphan, chosen, settings_.home, clock());
+  return movedResult(outcome, std::move(refused));
+}
+
+json MCPServer::undoTrash(const json& arguments) {
+  const auto wanted = Arg::text(arguments, "batch");
+  const TrashService trash = trashService();
+  const auto batches = trash.batches(Journal::kRetentionSeconds / 86'400, clock());
+  const TrashBatch* chosen = nullptr;
+  for (const auto& batch : batches) {
+    if (wanted ? batch.id == *wanted : (!chosen || batch.date > chosen->date)) chosen = &batch;
+  }
+  if (!chosen) throw ToolError("Nothing to undo.");
+  const UndoOutcome outcome = trash.undo(chosen->id);
+  return {{"batch", chosen->id}, {"restored", outcome.restored}, {"not_restored", refusalList(outcome.failed)}};
+}
+
+}  // namespace tallyfin
