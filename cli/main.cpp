@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "cli/agents_command.h"
 #include "cli/apps_command.h"
 #include "cli/command_support.h"
 #include "cli/duplicates_command.h"
@@ -103,10 +104,11 @@ int main(int argc, char** argv) {
     case cli::Options::Command::help:
       std::fputs(cli::helpText().c_str(), stdout);
       return kOk;
+    case cli::Options::Command::agentGuide:
+      return cli::printAgentGuide();
     case cli::Options::Command::connect:
+    case cli::Options::Command::disconnect:
     case cli::Options::Command::clients:
-      diagnose("this command is not available yet in this build.");
-      return kBadArguments;
     case cli::Options::Command::duplicates:
     case cli::Options::Command::systemData:
     case cli::Options::Command::apps:
@@ -117,6 +119,9 @@ int main(int argc, char** argv) {
   const std::string home = platform::homeFolder();
   const Store store = options->store ? Store(*options->store) : Store::standard();
   if (options->command == cli::Options::Command::duplicates) return cli::findDuplicates(*options, store, home);
+  if (options->command == cli::Options::Command::connect) return cli::connectClient(*options, home);
+  if (options->command == cli::Options::Command::disconnect) return cli::disconnectClient(*options, home);
+  if (options->command == cli::Options::Command::clients) return cli::listClients(home);
   if (options->command == cli::Options::Command::mcp) return cli::serveMcp(*options, store, home);
   if (options->command == cli::Options::Command::apps) return cli::listApps(*options, home);
   if (options->command == cli::Options::Command::systemData) return cli::explainSystemData(*options, store, home);

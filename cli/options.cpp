@@ -4,11 +4,11 @@
 #include <array>
 #include <charconv>
 
+#include "kit/agents/agent_client.h"
+
 namespace tallyfin::cli {
 namespace {
 
-constexpr std::array<std::string_view, 7> kClients = {
-    "claude-code", "claude-desktop", "cursor", "codex", "gemini", "windsurf", "vscode"};
 constexpr int kMostEntries = 100'000;
 constexpr double kLargestMinimumMB = 1'000'000;  // a terabyte
 
@@ -79,14 +79,16 @@ Expected<Options, std::string> parseOptions(const std::vector<std::string>& argu
       options.command = Options::Command::mcp;
     } else if (i == 0 && argument == "clients") {
       options.command = Options::Command::clients;
-    } else if (i == 0 && argument == "connect") {
-      if (i + 1 >= arguments.size()) return fail(std::string("connect needs a client name"));
+    } else if (i == 0 && argument == "agent-guide") {
+      options.command = Options::Command::agentGuide;
+    } else if (i == 0 && (argument == "connect" || argument == "disconnect")) {
+      if (i + 1 >= arguments.size()) return fail(argument + " needs a client name");
       const std::string& client = arguments[++i];
-      if (std::find(kClients.begin(), kClients.end(), client) == kClients.end()) {
+      if (!AgentClients::named(client)) {
         return fail("unknown client " + client +
                     " (claude-code, claude-desktop, cursor, codex, gemini, windsurf, vscode)");
       }
-      options.command = Options::Command::connect;
+      options.command = argument == "connect" ? Options::Command::connect : Options::Command::disconnect;
       options.client = client;
     } else {
       return fail("unknown option " + argument);
@@ -127,7 +129,9 @@ Usage:
   tallyfin mcp                  Serve AI assistants over MCP (standard input and output);
                                 with --root, scan_disk measures that folder only
   tallyfin connect CLIENT       Add the MCP server to an assistant's settings
-  tallyfin clients              Show which assistants are connected
+  tallyfin disconnect CLIENT    Remove the MCP server from an assistant's settings
+  tallyfin clients              Show which assistants are installed and connected
+  tallyfin agent-guide          Instructions to paste into AGENTS.md or CLAUDE.md
   tallyfin --system-data        What fills the system's share of the disk, and what to do
   tallyfin --apps               Installed apps, and what removed apps left behind
   tallyfin --duplicates [DIR]   Find identical files: the last scan's big files (100 MB+),

@@ -127,12 +127,6 @@ TEST_F(TallyfinCli, BadArgumentsExitSixtyFourWithAUsageLine) {
     EXPECT_EQ(result.out, "");
     EXPECT_NE(result.err.find("usage: tallyfin"), std::string::npos);
   }
-  for (const auto& later : std::vector<std::vector<std::string>>{
-           {"clients"}, {"connect", "cursor"}}) {
-    const auto result = tallyfin(later);
-    EXPECT_EQ(result.exitCode, 64) << later[0];
-    EXPECT_NE(result.err.find("not available yet"), std::string::npos);
-  }
   const auto file = scanHome({"--root", home / "Documents/report.pdf"});
   EXPECT_EQ(file.exitCode, 64);
   EXPECT_EQ(file.err, "tallyfin: " + home / "Documents/report.pdf" +
@@ -241,6 +235,18 @@ TEST_F(TallyfinCli, AppsListsBundlesInTheHomesApplicationsAndWhatRemovedAppsLeft
   EXPECT_NE(text.out.find("Foo 1.0"), std::string::npos) << text.out;
   EXPECT_NE(text.out.find("~/Library/Caches/com.gone.tool"), std::string::npos) << text.out;
   EXPECT_EQ(tallyfin({"--apps", "--root", home.path()}).exitCode, 64);
+}
+
+TEST_F(TallyfinCli, ConnectsAnAssistantWithThisBinaryAndListsWhatIsConnected) {
+  const auto connected = tallyfin({"connect", "cursor"});
+  ASSERT_EQ(connected.exitCode, 0) << connected.err;
+  const auto config = nlohmann::json::parse(std::ifstream(home / ".cursor/mcp.json"));
+  EXPECT_EQ(config["mcpServers"]["tallyfin"]["command"], std::filesystem::canonical(TALLYFIN_BINARY).string());
+  const auto clients = tallyfin({"clients"});
+  EXPECT_NE(clients.out.find("cursor               yes        yes"), std::string::npos) << clients.out;
+  EXPECT_EQ(tallyfin({"disconnect", "cursor"}).exitCode, 0);
+  EXPECT_NE(tallyfin({"clients"}).out.find("cursor               yes        no"), std::string::npos);
+  EXPECT_NE(tallyfin({"agent-guide"}).out.find(" mcp` (stdio)"), std::string::npos);
 }
 
 TEST_F(TallyfinCli, ASecondScanExitsTwoAtOnceAndTouchesNothing) {
