@@ -239,8 +239,9 @@ std::vector<OrphanGroup> orphans(const std::string& home, const std::vector<Inst
   std::map<std::string, OrphanGroup> groups;  // by lowercased bundle id
   std::map<std::string, bool> recentlyChanged;
   const int64_t quietSince = static_cast<int64_t>(now) - static_cast<int64_t>(days) * 86'400;
-  for (const auto& [folder, kind] : leftoverFolders()) {
-    const std::string base = library(home) + std::string(folder);
+  for (const auto& leftoverFolder : leftoverFolders()) {
+    const LeftoverKind kind = leftoverFolder.kind;
+    const std::string base = library(home) + std::string(leftoverFolder.folder);
     for (const auto& entry : sortedEntryNames(base)) {
       const std::string path = base + "/" + entry;
       if (!isLeftoverLocation(path, home)) continue;

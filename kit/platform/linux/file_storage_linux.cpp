@@ -5,6 +5,7 @@
 #include <sys/stat.h>
 
 #include <cerrno>
+#include <cstring>
 #include <vector>
 
 #include "kit/platform/file_storage.h"
@@ -28,7 +29,7 @@ std::optional<int64_t> privateSize(int fd) {
   uint64_t start = 0;
   int64_t own = 0;
   for (;;) {
-    *map = fiemap{};
+    std::memset(map, 0, sizeof(fiemap));
     map->fm_start = start;
     map->fm_length = FIEMAP_MAX_OFFSET - start;
     map->fm_flags = FIEMAP_FLAG_SYNC;
