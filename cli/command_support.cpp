@@ -1,5 +1,7 @@
 #include "cli/command_support.h"
 
+#include "kit/base/paths.h"
+
 #include <limits.h>
 #include <stdlib.h>
 #include <unistd.h>
@@ -13,8 +15,7 @@ void diagnose(const std::string& message) { std::fprintf(stderr, "tallyfin: %s\n
 std::string noSavedScanMessage(const Store& store) { return "no saved scan in " + store.directory(); }
 
 std::string givenPath(const std::string& given, const std::string& home) {
-  std::string path = given;
-  if (path == "~" || path.starts_with("~/")) path = home + path.substr(1);
+  const std::string path = expandedHome(given, home);
   char resolved[PATH_MAX];
   if (::realpath(path.c_str(), resolved)) return resolved;
   if (path.starts_with("/")) return path;

@@ -11,6 +11,7 @@
 #include "kit/agents/config_text.h"
 #include "kit/base/paths.h"
 #include "kit/base/small_file.h"
+#include "kit/base/text.h"
 #include "kit/tools/probe_environment.h"
 #include "kit/tools/spawned.h"
 
@@ -93,15 +94,9 @@ std::string codexBlock(const std::string& executable) {
          ConfigText::tomlString(executable) + "\nargs = [\"mcp\"]\n" + std::string(ConfigText::kBlockEnd);
 }
 
-std::string trimmedNewlines(const std::string& text) {
-  const auto first = text.find_first_not_of('\n');
-  if (first == std::string::npos) return {};
-  return text.substr(first, text.find_last_not_of('\n') - first + 1);
-}
-
 std::optional<SetupError> editCodex(const std::string& home, const std::optional<std::string>& executable) {
   const ConfigFile::Target file = ConfigFile::read(AgentClients::configPath(AgentClient::codex, home));
-  const std::string rest = trimmedNewlines(ConfigText::removingTOMLSection(file.data.value_or("")));
+  const std::string rest(trimmed(ConfigText::removingTOMLSection(file.data.value_or("")), "\n"));
   std::string text;
   if (!executable) {
     text = rest.empty() ? "" : rest + "\n";

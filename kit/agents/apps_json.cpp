@@ -1,17 +1,9 @@
 #include "kit/agents/apps_json.h"
 
+#include "kit/agents/json_values.h"
 #include "kit/store/format.h"
 
 namespace tallyfin::AgentJson {
-namespace {
-
-template <typename T>
-nlohmann::json orNull(const std::optional<T>& value) {
-  return value ? nlohmann::json(*value) : nlohmann::json(nullptr);
-}
-
-}  // namespace
-
 nlohmann::json apps(const AppInventory& inventory) {
   nlohmann::json installed = nlohmann::json::array();
   for (const auto& app : inventory.apps) {
@@ -21,7 +13,7 @@ nlohmann::json apps(const AppInventory& inventory) {
                          {"size", app.size},
                          {"app_store", app.fromAppStore},
                          {"version", orNull(app.version)},
-                         {"last_opened", app.lastUsed ? nlohmann::json(Format::isoDate(*app.lastUsed)) : nullptr},
+                         {"last_opened", isoDateOrNull(app.lastUsed)},
                          {"not_removable", orNull(app.refusal)}});
   }
   nlohmann::json removed = nlohmann::json::array();

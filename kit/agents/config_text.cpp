@@ -3,16 +3,14 @@
 #include <cstdio>
 #include <vector>
 
+#include "kit/base/text.h"
 #include "kit/base/utf8.h"
 
 namespace tallyfin::ConfigText {
 namespace {
 
-std::string_view trimmed(std::string_view text, std::string_view blanks = " \t") {
-  const auto first = text.find_first_not_of(blanks);
-  if (first == std::string_view::npos) return {};
-  return text.substr(first, text.find_last_not_of(blanks) - first + 1);
-}
+// TOML lines are trimmed of spaces and tabs only.
+constexpr std::string_view kBlanks = " \t";
 
 // Copies the string literal starting at `i` (a quote) to `out`; returns the index after it.
 size_t copyString(std::string_view text, size_t i, std::string& out) {
@@ -27,16 +25,6 @@ size_t copyString(std::string_view text, size_t i, std::string& out) {
     }
   }
   return i;
-}
-
-std::vector<std::string_view> lines(std::string_view text) {
-  std::vector<std::string_view> result;
-  for (size_t start = 0; start <= text.size();) {
-    const size_t end = std::min(text.find('\n', start), text.size());
-    result.push_back(text.substr(start, end - start));
-    start = end + 1;
-  }
-  return result;
 }
 
 bool isOurTable(const std::string& name) {
@@ -115,18 +103,18 @@ std::string tomlString(std::string_view text) {
 }
 
 std::optional<std::string> tableName(std::string_view line) {
-  std::string_view text = trimmed(line);
+  std::string_view text = trimmed(line, kBlanks);
   if (!text.starts_with('[')) return std::nullopt;
   const bool array = text.starts_with("[[");
   text.remove_prefix(array ? 2 : 1);
   const size_t close = text.find(']');
   if (close == std::string_view::npos) return std::nullopt;
-  return std::string(trimmed(text.substr(0, close)));
+  return std::string(trimmed(text.substr(0, close), kBlanks));
 }
 
 bool tomlHasServer(std::string_view text) {
-  for (const auto line : lines(text)) {
-    if (trimmed(line) == kBlockStart || tableName(line) == "mcp_servers.tallyfin") return true;
+  for (const auto line : splitOn(text, '\n')) {
+    if (trimmed(line, kBlanks) == kBlockStart || tableName(line) == "mcp_servers.tallyfin") return true;
   }
   return false;
 }
@@ -135,8 +123,8 @@ std::string removingTOMLSection(std::string_view text) {
   std::vector<std::string_view> kept;
   std::string_view skippingUntil;  // the end marker of a block being dropped; empty when none
   bool inOurTable = false;
-  for (const auto line : lines(text)) {
-    const std::string_view bare = trimmed(line);
+  for (const auto line : splitOn(text, '\n')) {
+    const std::string_view bare = trimmed(line, kBlanks);
     if (!skippingUntil.empty()) {
       if (bare == skippingUntil) skippingUntil = {};
       continue;

@@ -9,12 +9,12 @@
 
 #include "kit/agents/apps_json.h"
 #include "kit/agents/duplicates_json.h"
+#include "kit/agents/json_values.h"
 #include "kit/agents/mcp_server.h"
 #include "kit/agents/system_data_json.h"
 #include "kit/agents/tool_arguments.h"
 #include "kit/base/paths.h"
 #include "kit/base/saturating.h"
-#include "kit/store/format.h"
 #include "kit/tools/ai_models.h"
 #include "kit/tools/app_inventory.h"
 #include "kit/tools/dev_projects.h"
@@ -28,14 +28,8 @@ namespace {
 using nlohmann::json;
 namespace Arg = ToolArguments;
 
-json isoOrNull(const std::optional<int64_t>& seconds) {
-  return seconds ? json(Format::isoDate(*seconds)) : json(nullptr);
-}
-
-template <typename T>
-json orNull(const std::optional<T>& value) {
-  return value ? json(*value) : json(nullptr);
-}
+using AgentJson::isoDateOrNull;
+using AgentJson::orNull;
 
 std::string_view sourceName(AIModel::Source source) {
   switch (source) {
@@ -48,8 +42,7 @@ std::string_view sourceName(AIModel::Source source) {
 
 // The folder a search may look at: inside home, not ~/Library, not hidden.
 std::string searchableFolder(const std::string& given, const std::string& home) {
-  std::string path = given;
-  if (path == "~" || path.starts_with("~/")) path = home + path.substr(1);
+  const std::string path = expandedHome(given, home);
   char resolved[PATH_MAX];
   struct stat info;
   if (::stat(path.c_str(), &info) != 0 || !::realpath(path.c_str(), resolved)) {
@@ -83,7 +76,7 @@ json MCPServer::aiModels(const json&) {
                       {"format", model.format},
                       {"parameters", orNull(model.parameters)},
                       {"quantization", orNull(model.quantization)},
-                      {"last_used", isoOrNull(model.lastUsed)},
+                      {"last_used", isoDateOrNull(model.lastUsed)},
                       {"path", model.path},
                       {"command", orNull(model.command())}});
   }
@@ -116,7 +109,7 @@ json MCPServer::devProjects(const json& arguments) {
     list.push_back({{"path", project.path},
                     {"clutter_bytes", project.clutterSize},
                     {"stale", project.isStale(now, static_cast<int>(staleDays))},
-                    {"last_activity", isoOrNull(project.lastActivity)},
+                    {"last_activity", isoDateOrNull(project.lastActivity)},
                     {"branch", project.git ? orNull(project.git->branch) : json(nullptr)},
                     {"uncommitted_changes", project.git ? orNull(project.git->dirty) : json(nullptr)},
                     {"clutter", std::move(clutter)}});

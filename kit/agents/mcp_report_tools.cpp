@@ -4,6 +4,7 @@
 #include <cmath>
 
 #include "kit/agents/disk_status.h"
+#include "kit/agents/json_values.h"
 #include "kit/agents/mcp_server.h"
 #include "kit/agents/tool_arguments.h"
 #include "kit/base/paths.h"
@@ -25,13 +26,6 @@ constexpr double kDay = 86'400;
 constexpr size_t kTrendSamples = 3;
 constexpr int64_t kTrendDelta = 1'000'000;
 constexpr size_t kTrendFolders = 10;
-
-std::string expandedPath(const std::string& path, const std::string& home) {
-  if (path == "~" || path.starts_with("~/")) return home + path.substr(1);
-  return path;
-}
-
-json nullable(const std::optional<std::string>& value) { return value ? json(*value) : json(nullptr); }
 
 }  // namespace
 
@@ -79,7 +73,7 @@ json MCPServer::cleanupSuggestions(const json& arguments) {
 }
 
 json MCPServer::biggestFolders(const json& arguments) {
-  const std::string path = expandedPath(Arg::text(arguments, "path").value_or(settings_.home), settings_.home);
+  const std::string path = expandedHome(Arg::text(arguments, "path").value_or(settings_.home), settings_.home);
   const auto limit = static_cast<size_t>(Arg::whole(arguments, "limit", 20, 1, 200));
   const auto current = report();
   const DiskNode* node = current->tree.node(path);
@@ -136,9 +130,10 @@ json MCPServer::diskHistory(const json&) {
                        {"size", trend.series.empty() ? 0 : trend.series.back().size}});
   }
   return {{"scans", std::move(scans)},
-          {"growth_per_week_bytes", perDay ? json(static_cast<int64_t>(std::llround(*perDay * 7))) : json(nullptr)},
+          {"growth_per_week_bytes",
+           AgentJson::orNull(perDay ? std::optional(static_cast<int64_t>(std::llround(*perDay * 7))) : std::nullopt)},
           {"disk_full_estimate",
-           full ? nullable(Format::isoDate(static_cast<int64_t>(std::floor(*full)))) : json(nullptr)},
+           AgentJson::isoDateOrNull(full ? std::optional(static_cast<int64_t>(std::floor(*full))) : std::nullopt)},
           {"growing_folders", std::move(growing)}};
 }
 

@@ -5,6 +5,7 @@
 
 #include "kit/agents/mcp_tools.h"
 #include "kit/agents/tool_arguments.h"
+#include "kit/base/text.h"
 #include "kit/tools/app_uninstaller.h"
 #include "kit/tools/flatpak_apps.h"
 #include "kit/tools/probe_environment.h"
@@ -14,12 +15,6 @@ namespace tallyfin {
 namespace {
 
 using nlohmann::json;
-
-std::string_view trimmed(std::string_view text) {
-  const auto first = text.find_first_not_of(" \t\r\n");
-  if (first == std::string_view::npos) return {};
-  return text.substr(first, text.find_last_not_of(" \t\r\n") - first + 1);
-}
 
 // Names from the user's disk need not be UTF-8; they go out with replacement marks.
 std::string compact(const json& value) { return value.dump(-1, ' ', false, json::error_handler_t::replace); }
@@ -118,11 +113,11 @@ std::optional<std::string> MCPServer::handle(std::string_view line) {
 
 json MCPServer::call(const std::string& name, const json& arguments) {
   try {
-    const json result = dispatch(name, arguments);
+    json result = dispatch(name, arguments);
+    // Names that are not UTF-8 are repaired here for the text and by compact() for the structured copy.
     const std::string text = result.dump(2, ' ', false, json::error_handler_t::replace);
-    // The structured copy must survive serialising too: strings that are not UTF-8 go out repaired.
     return {{"content", json::array({{{"type", "text"}, {"text", text}}})},
-            {"structuredContent", json::parse(text)},
+            {"structuredContent", std::move(result)},
             {"isError", false}};
   } catch (const ToolError& error) {
     return {{"content", json::array({{{"type", "text"}, {"text", error.what()}}})}, {"isError", true}};

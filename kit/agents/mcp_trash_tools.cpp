@@ -130,8 +130,13 @@ json MCPServer::uninstallApp(const json& arguments) {
     throw ToolError("Give app (a path) or orphan (a bundle id) from list_apps.");
   }
 
-  const auto inventory =
-      AppInventory::gather(settings_.applicationFolders, settings_.home, settings_.flatpakCli, clock());
+  // An app needs only the installed apps (for the names they share); removed apps' leftovers need it all.
+  AppInventory inventory;
+  if (appPath) {
+    inventory.apps = AppUninstaller::installedApps(settings_.applicationFolders, settings_.home);
+  } else {
+    inventory = AppInventory::gather(settings_.applicationFolders, settings_.home, settings_.flatpakCli, clock());
+  }
   const InstalledApp* app = nullptr;
   const OrphanGroup* orphan = nullptr;
   std::vector<AppLeftover> leftovers;

@@ -34,6 +34,11 @@ bool isInside(std::string_view path, std::string_view folder) {
          (folder == "/" || path[folder.size()] == '/');
 }
 
+std::string expandedHome(std::string_view path, std::string_view home) {
+  if (path == "~" || path.starts_with("~/")) return std::string(home) + std::string(path.substr(1));
+  return std::string(path);
+}
+
 bool endsWith(std::string_view text, std::string_view suffix) {
   return text.size() >= suffix.size() && text.substr(text.size() - suffix.size()) == suffix;
 }

@@ -16,6 +16,9 @@ std::string joinPath(std::string_view parent, std::string_view name);
 
 bool endsWith(std::string_view text, std::string_view suffix);
 
+// "~" and "~/x" resolved against `home`; any other path as it is.
+std::string expandedHome(std::string_view path, std::string_view home);
+
 // Whether `path` lies below `folder` (not the folder itself); every path but "/" lies below "/".
 bool isInside(std::string_view path, std::string_view folder);
 

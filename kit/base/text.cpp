@@ -10,4 +10,23 @@ std::string lowercased(std::string_view text) {
   return lower;
 }
 
+std::string_view trimmed(std::string_view text, std::string_view blanks) {
+  const auto first = text.find_first_not_of(blanks);
+  if (first == std::string_view::npos) return {};
+  return text.substr(first, text.find_last_not_of(blanks) - first + 1);
+}
+
+std::vector<std::string_view> splitOn(std::string_view text, char separator) {
+  std::vector<std::string_view> pieces;
+  for (size_t start = 0;;) {
+    const size_t end = text.find(separator, start);
+    if (end == std::string_view::npos) {
+      pieces.push_back(text.substr(start));
+      return pieces;
+    }
+    pieces.push_back(text.substr(start, end - start));
+    start = end + 1;
+  }
+}
+
 }  // namespace tallyfin

@@ -50,11 +50,6 @@ bool isOwnOrApple(std::string_view name) {
          lower.starts_with("tallyfin") || lower.starts_with("mossledger");
 }
 
-bool exists(const std::string& path) {
-  struct stat info;
-  return ::lstat(path.c_str(), &info) == 0;
-}
-
 }  // namespace
 
 const std::array<LeftoverFolder, 11>& leftoverFolders() { return kLeftoverFolders; }
@@ -76,6 +71,11 @@ bool isLeftoverLocation(std::string_view path, std::string_view home) {
     if (folder == leftover.folder) return !isOwnOrApple(name) && fitsKind(leftover.kind, name);
   }
   return false;
+}
+
+bool hasAppStoreReceipt(const std::string& bundlePath) {
+  struct stat info;
+  return ::lstat((bundlePath + "/Contents/_MASReceipt/receipt").c_str(), &info) == 0;
 }
 
 std::optional<BundleInfo> bundleInfo(const std::string& bundlePath) {
@@ -106,7 +106,7 @@ std::optional<std::string> bundleRefusal(std::string_view path, std::string_view
   if (!info) return "Not an app";
   const std::string lower = lowercased(info->identifier);
   if (lower == kOwnBundleIdentifier) return "That's Tallyfin \u2014 remove it in Finder if you want to";
-  if (lower.starts_with("com.apple.") && !exists(bundle + "/Contents/_MASReceipt/receipt")) {
+  if (lower.starts_with("com.apple.") && !hasAppStoreReceipt(bundle)) {
     return "Part of macOS";
   }
   return std::nullopt;

@@ -43,6 +43,9 @@ bool isLeftoverLocation(std::string_view path, std::string_view home);
 // Why the bundle at `path` may not be removed; none when it may.
 std::optional<std::string> bundleRefusal(std::string_view path, std::string_view home);
 
+// Apple's App Store leaves its receipt inside every app it installs.
+bool hasAppStoreReceipt(const std::string& bundlePath);
+
 // What a bundle's Contents/Info.plist (XML or binary) says about it; none when
 // it has no readable, non-empty CFBundleIdentifier.
 struct BundleInfo {

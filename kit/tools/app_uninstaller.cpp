@@ -21,11 +21,6 @@ constexpr size_t kShortestAppName = 3;
 
 std::string library(const std::string& home) { return home + "/Library/"; }
 
-bool exists(const std::string& path) {
-  struct stat info;
-  return ::lstat(path.c_str(), &info) == 0;
-}
-
 // The bundle id an entry of a leftover folder is named for: the name without the
 // endings apps add to it, and a group container without its "group." prefix.
 std::string namedIdentifier(std::string_view name, LeftoverKind kind) {
@@ -89,16 +84,11 @@ std::vector<TrashItem> leftoverItems(const std::vector<AppLeftover>& chosen, con
 
 std::string OrphanGroup::displayName() const {
   // The last part names the app; a generic last part ("app", "desktop") yields the one before.
-  std::vector<std::string> parts;
-  for (size_t start = 0; start <= bundleID.size();) {
-    const size_t dot = std::min(bundleID.find('.', start), bundleID.size());
-    parts.push_back(bundleID.substr(start, dot - start));
-    start = dot + 1;
-  }
-  std::string chosen = parts.empty() ? bundleID : parts.back();
+  const auto parts = splitOn(bundleID, '.');
+  std::string chosen(parts.back());
   const std::string lower = lowercased(chosen);
   if (parts.size() >= 2 && (lower == "app" || lower == "desktop" || lower == "mac" || lower == "macos")) {
-    chosen = parts[parts.size() - 2];
+    chosen = std::string(parts[parts.size() - 2]);
   }
   std::string name;
   std::string word;
@@ -155,7 +145,7 @@ std::vector<InstalledApp> installedApps(const std::vector<std::string>& folders,
       app.bundleID = info->identifier;
       app.version = info->version;
       app.size = measuredSize(path, home);
-      app.fromAppStore = exists(path + "/Contents/_MASReceipt/receipt");
+      app.fromAppStore = hasAppStoreReceipt(path);
       app.lastUsed = lastUsed(path, info->executable);
       app.refusal = bundleRefusal(path, home);
       apps.push_back(std::move(app));

@@ -10,6 +10,7 @@
 #include "kit/base/paths.h"
 #include "kit/base/saturating.h"
 #include "kit/base/small_file.h"
+#include "kit/base/text.h"
 #include "kit/base/tree_walk.h"
 #include "kit/base/utf8.h"
 
@@ -18,13 +19,6 @@ namespace {
 
 constexpr int64_t kSmallGitFile = 4096;
 constexpr size_t kShortCommit = 7;
-
-std::string_view trimmed(std::string_view text) {
-  const auto first = text.find_first_not_of(" \t\r\n");
-  if (first == std::string_view::npos) return {};
-  const auto last = text.find_last_not_of(" \t\r\n");
-  return text.substr(first, last - first + 1);
-}
 
 std::optional<int64_t> modificationTime(const std::string& path) {
   struct stat info;

@@ -5,36 +5,21 @@
 #include "kit/base/decimal_size.h"
 #include "kit/base/paths.h"
 #include "kit/base/subfolders.h"
+#include "kit/base/text.h"
 #include "kit/base/tree_walk.h"
 #include "kit/scan/path_size.h"
 #include "kit/tools/probe_environment.h"
 #include "kit/tools/spawned.h"
 
 namespace tallyfin::Flatpak {
-namespace {
-
-std::vector<std::string_view> fields(std::string_view line) {
-  std::vector<std::string_view> parts;
-  for (size_t start = 0; start <= line.size();) {
-    const size_t tab = std::min(line.find('\t', start), line.size());
-    parts.push_back(line.substr(start, tab - start));
-    start = tab + 1;
-  }
-  return parts;
-}
-
-}  // namespace
-
 std::vector<std::string> cliPaths() { return {"/usr/bin/flatpak", "/usr/local/bin/flatpak"}; }
 
 std::vector<std::string> listArguments() { return {"list", "--app", "--columns=application,name,version,size"}; }
 
 std::vector<FlatpakApp> parseList(std::string_view output) {
   std::vector<FlatpakApp> apps;
-  for (size_t start = 0; start < output.size();) {
-    const size_t end = std::min(output.find('\n', start), output.size());
-    const auto parts = fields(output.substr(start, end - start));
-    start = end + 1;
+  for (const auto line : splitOn(output, '\n')) {
+    const auto parts = splitOn(line, '\t');
     if (parts[0].empty()) continue;
     FlatpakApp app;
     app.id = std::string(parts[0]);

@@ -3,6 +3,7 @@
 #include <unistd.h>
 
 #include "kit/base/saturating.h"
+#include "kit/base/text.h"
 #include "kit/platform/system_memory.h"
 #include "kit/tools/probe_environment.h"
 #include "kit/tools/spawned.h"
@@ -34,11 +35,8 @@ namespace SystemDataScanner {
 
 int countSnapshots(std::string_view output) {
   int count = 0;
-  for (size_t start = 0; start < output.size();) {
-    size_t end = output.find('\n', start);
-    if (end == std::string_view::npos) end = output.size();
-    if (output.substr(start, end - start).find("com.apple.TimeMachine.") != std::string_view::npos) ++count;
-    start = end + 1;
+  for (const auto line : splitOn(output, '\n')) {
+    if (line.find("com.apple.TimeMachine.") != std::string_view::npos) ++count;
   }
   return count;
 }
