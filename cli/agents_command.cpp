@@ -1,26 +1,17 @@
 #include "cli/agents_command.h"
 
-#include <limits.h>
-#include <unistd.h>
-
 #include <cstdio>
 
 #include "cli/command_support.h"
 #include "cli/text_layout.h"
 #include "kit/agents/agent_client.h"
 #include "kit/agents/agent_guide.h"
+#include "kit/platform/processes.h"
 
 namespace tallyfin::cli {
 namespace {
 
 using namespace exit_code;
-
-// The absolute path of this very binary, so the assistant starts the same tallyfin.
-std::string thisExecutable() {
-  char path[PATH_MAX];
-  const ssize_t length = ::readlink("/proc/self/exe", path, sizeof path - 1);
-  return length > 0 ? std::string(path, static_cast<size_t>(length)) : std::string("tallyfin");
-}
 
 int reportSetup(AgentClient client, const std::optional<SetupError>& error, const char* done) {
   if (!error) {
@@ -29,7 +20,7 @@ int reportSetup(AgentClient client, const std::optional<SetupError>& error, cons
   }
   diagnose(error->message());
   if (error->kind != SetupError::Kind::changedMeanwhile) {
-    std::fprintf(stderr, "To do it by hand:\n%s\n", AgentClients::manualCommand(client, thisExecutable()).c_str());
+    std::fprintf(stderr, "To do it by hand:\n%s\n", AgentClients::manualCommand(client, platform::thisExecutable()).c_str());
   }
   return kScanFailed;
 }
@@ -38,7 +29,7 @@ int reportSetup(AgentClient client, const std::optional<SetupError>& error, cons
 
 int connectClient(const Options& options, const std::string& home) {
   const AgentClient client = *AgentClients::named(*options.client);
-  return reportSetup(client, AgentClients::connect(client, thisExecutable(), home), "is connected to Tallyfin");
+  return reportSetup(client, AgentClients::connect(client, platform::thisExecutable(), home), "is connected to Tallyfin");
 }
 
 int disconnectClient(const Options& options, const std::string& home) {
@@ -58,7 +49,7 @@ int listClients(const std::string& home) {
 }
 
 int printAgentGuide() {
-  const std::string text = AgentGuide::markdown(thisExecutable());
+  const std::string text = AgentGuide::markdown(platform::thisExecutable());
   std::fwrite(text.data(), 1, text.size(), stdout);
   return kOk;
 }

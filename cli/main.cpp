@@ -4,7 +4,6 @@
 
 #include <sys/stat.h>
 
-#include <chrono>
 #include <cstdio>
 #include <string>
 #include <vector>
@@ -17,11 +16,18 @@
 #include "cli/mcp_command.h"
 #include "cli/options.h"
 #include "cli/progress_line.h"
+#include "cli/schedule_command.h"
 #include "cli/summary.h"
 #include "cli/system_data_command.h"
+#include "kit/base/clock.h"
 #include "kit/cleanup/keep_list.h"
+#include "kit/platform/io_priority.h"
+#include "kit/platform/launch_agents.h"
 #include "kit/platform/user_folders.h"
 #include "kit/scan/scan_pipeline.h"
+#include "kit/shell/background_agent.h"
+#include "kit/shell/preferences.h"
+#include "kit/shell/scheduler.h"
 #include "kit/store/store.h"
 #include "kit/tools/tool_probe.h"
 
@@ -32,11 +38,6 @@ using namespace tallyfin;
 using namespace tallyfin::cli::exit_code;
 
 using cli::diagnose;
-
-double secondsSinceEpoch() {
-  using namespace std::chrono;
-  return duration<double>(system_clock::now().time_since_epoch()).count();
-}
 
 int printSummary(const cli::Options& options, const Store& store, const ScanReport& report) {
   const auto kept = KeepList::paths(store);
@@ -91,10 +92,29 @@ int scan(const cli::Options& options, const Store& store, const std::string& hom
   return printSummary(options, store, result->report);
 }
 
+// The user's preferences, with the former product's carried over the first time.
+Preferences migratedPreferences() {
+  const Preferences preferences = Preferences::standard();
+  if (auto migrated = preferences.migrateLegacyDefaults(Preferences::legacyFile()); !migrated) {
+    diagnose(migrated.error().message);
+  }
+  return preferences;
+}
+
+// What the timer starts: nobody waits for it, and nobody reads its output.
+int runInBackground() {
+  platform::becomeBackgroundWork();
+  BackgroundSettings settings = BackgroundSettings::forThisUser();
+  settings.preferences = migratedPreferences();
+  return BackgroundAgent(std::move(settings)).run();
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
-  const auto options = cli::parseOptions(std::vector<std::string>(argv + 1, argv + argc));
+  const std::vector<std::string> arguments(argv + 1, argv + argc);
+  if (BackgroundAgent::isRequested(arguments)) return runInBackground();
+  const auto options = cli::parseOptions(arguments);
   if (!options) {
     diagnose(options.error());
     std::fprintf(stderr, "%s\n", std::string(cli::kUsage).c_str());
@@ -113,6 +133,7 @@ int main(int argc, char** argv) {
     case cli::Options::Command::systemData:
     case cli::Options::Command::apps:
     case cli::Options::Command::mcp:
+    case cli::Options::Command::schedule:
     case cli::Options::Command::scan:
       break;
   }
@@ -124,6 +145,10 @@ int main(int argc, char** argv) {
   if (options->command == cli::Options::Command::clients) return cli::listClients(home);
   if (options->command == cli::Options::Command::mcp) return cli::serveMcp(*options, store, home);
   if (options->command == cli::Options::Command::apps) return cli::listApps(*options, home);
+  if (options->command == cli::Options::Command::schedule) {
+    const Preferences preferences = migratedPreferences();
+    return cli::scheduleScans(*options, preferences, Scheduler(platform::LaunchAgents(platform::LaunchAgents::forThisUser())));
+  }
   if (options->command == cli::Options::Command::systemData) return cli::explainSystemData(*options, store, home);
   return options->noScan ? showSavedScan(*options, store) : scan(*options, store, home);
 }

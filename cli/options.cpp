@@ -5,6 +5,7 @@
 #include <charconv>
 
 #include "kit/agents/agent_client.h"
+#include "kit/shell/schedule.h"
 
 namespace tallyfin::cli {
 namespace {
@@ -81,6 +82,13 @@ Expected<Options, std::string> parseOptions(const std::vector<std::string>& argu
       options.command = Options::Command::clients;
     } else if (i == 0 && argument == "agent-guide") {
       options.command = Options::Command::agentGuide;
+    } else if (i == 0 && argument == "schedule") {
+      options.command = Options::Command::schedule;
+      if (i + 1 < arguments.size() && !arguments[i + 1].starts_with("--")) {
+        const std::string& schedule = arguments[++i];
+        if (!scheduleNamed(schedule)) return fail("schedule takes off, daily or weekly, not " + schedule);
+        options.schedule = schedule;
+      }
     } else if (i == 0 && (argument == "connect" || argument == "disconnect")) {
       if (i + 1 >= arguments.size()) return fail(argument + " needs a client name");
       const std::string& client = arguments[++i];
@@ -110,6 +118,9 @@ Expected<Options, std::string> parseOptions(const std::vector<std::string>& argu
   if (options.command == Options::Command::apps && (options.root || options.noScan || options.store)) {
     return fail(std::string("--apps looks at the installed apps; --root, --no-scan and --store do not apply"));
   }
+  if (options.command == Options::Command::schedule && (options.root || options.noScan || options.store)) {
+    return fail(std::string("schedule sets the scheduled scan; --root, --no-scan and --store do not apply"));
+  }
   if (duplicates && (options.root || options.noScan)) {
     return fail(std::string("--duplicates reads the last scan or a folder; --root and --no-scan do not apply"));
   }
@@ -132,6 +143,10 @@ Usage:
   tallyfin disconnect CLIENT    Remove the MCP server from an assistant's settings
   tallyfin clients              Show which assistants are installed and connected
   tallyfin agent-guide          Instructions to paste into AGENTS.md or CLAUDE.md
+  tallyfin schedule [off|daily|weekly]
+                                Scan by itself every day or every Monday at 10:00 (a
+                                systemd user timer); without a choice, show the schedule
+  tallyfin --background-scan    The scheduled run: scan, notify, run Autopilot, exit 0
   tallyfin --system-data        What fills the system's share of the disk, and what to do
   tallyfin --apps               Installed apps, and what removed apps left behind
   tallyfin --duplicates [DIR]   Find identical files: the last scan's big files (100 MB+),

@@ -11,7 +11,8 @@
 namespace tallyfin::cli {
 
 struct Options {
-  enum class Command { scan, help, mcp, connect, disconnect, clients, agentGuide, duplicates, systemData, apps };
+  enum class Command { scan, help, mcp, connect, disconnect, clients, agentGuide, duplicates, systemData, apps,
+                       schedule };
 
   Command command = Command::scan;
   bool json = false;
@@ -20,6 +21,7 @@ struct Options {
   std::optional<std::string> store;
   std::optional<std::string> root;
   std::optional<std::string> client;  // for connect and disconnect
+  std::optional<std::string> schedule;  // off, daily or weekly, for schedule
   // For --duplicates: a folder to search instead of the scan's big files, the
   // smallest file compared in bytes, and whether to hash whole files.
   std::optional<std::string> folder;
@@ -29,7 +31,8 @@ struct Options {
 
 inline constexpr std::string_view kUsage =
     "usage: tallyfin [--json] [--top N] [--no-scan] [--store DIR] [--root PATH] | mcp | "
-    "connect CLIENT | disconnect CLIENT | clients | agent-guide | --duplicates [DIR] [--min-size MB] [--full] | --system-data | --apps";
+    "connect CLIENT | disconnect CLIENT | clients | agent-guide | schedule [off|daily|weekly] | --duplicates [DIR] "
+    "[--min-size MB] [--full] | --system-data | --apps | --background-scan";
 
 // The options of one invocation, or the one-line reason they make no sense.
 Expected<Options, std::string> parseOptions(const std::vector<std::string>& arguments);

@@ -229,14 +229,5 @@ std::optional<std::string> claudeCLI(const std::string& home) {
                           "/usr/local/bin/claude"});
 }
 
-std::string shellQuoted(std::string_view text) {
-  static constexpr std::string_view kPlain =
-      "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789._:/@%+=,-";
-  if (!text.empty() && text.find_first_not_of(kPlain) == std::string_view::npos) return std::string(text);
-  std::string quoted = "'";
-  for (const char c : text) quoted += c == '\'' ? std::string("'\\''") : std::string(1, c);
-  return quoted + "'";
-}
-
 }  // namespace AgentClients
 }  // namespace tallyfin

@@ -49,8 +49,5 @@ std::string manualCommand(AgentClient client, const std::string& executable);
 // The claude command, looked for only where its installers put it.
 std::optional<std::string> claudeCLI(const std::string& home);
 
-// The text as a shell word: as it is when it is plain, else in single quotes.
-std::string shellQuoted(std::string_view text);
-
 }  // namespace AgentClients
 }  // namespace tallyfin

@@ -1,10 +1,10 @@
 #include "kit/agents/mcp_server.h"
 
-#include <chrono>
 #include <map>
 
 #include "kit/agents/mcp_tools.h"
 #include "kit/agents/tool_arguments.h"
+#include "kit/base/clock.h"
 #include "kit/base/text.h"
 #include "kit/tools/app_uninstaller.h"
 #include "kit/tools/flatpak_apps.h"
@@ -61,10 +61,7 @@ McpSettings McpSettings::forThisSystem(Store store, std::string home, std::strin
 }
 
 MCPServer::MCPServer(McpSettings settings) : settings_(std::move(settings)) {
-  clock = [] {
-    using namespace std::chrono;
-    return duration<double>(system_clock::now().time_since_epoch()).count();
-  };
+  clock = secondsSinceEpoch;
 }
 
 void MCPServer::runStdio(std::istream& in, std::FILE* out) {

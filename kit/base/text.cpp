@@ -1,5 +1,6 @@
 #include "kit/base/text.h"
 
+#include <algorithm>
 #include <cctype>
 
 namespace tallyfin {
@@ -27,6 +28,17 @@ std::vector<std::string_view> splitOn(std::string_view text, char separator) {
     pieces.push_back(text.substr(start, end - start));
     start = end + 1;
   }
+}
+
+std::string shellQuoted(std::string_view word) {
+  const bool plain = !word.empty() && std::all_of(word.begin(), word.end(), [](char c) {
+    return std::isalnum(static_cast<unsigned char>(c)) || c == '-' || c == '_' || c == '.' ||
+           c == ':' || c == '/' || c == '+' || c == '=' || c == '@' || c == ',';
+  });
+  if (plain) return std::string(word);
+  std::string quoted = "'";
+  for (const char c : word) quoted += c == '\'' ? std::string("'\\''") : std::string(1, c);
+  return quoted + "'";
 }
 
 }  // namespace tallyfin

@@ -16,4 +16,7 @@ std::string_view trimmed(std::string_view text, std::string_view blanks = " \t\r
 // an empty text gives one empty piece.
 std::vector<std::string_view> splitOn(std::string_view text, char separator);
 
+// A word as the shell reads it: as is when it is plainly safe, else in single quotes.
+std::string shellQuoted(std::string_view word);
+
 }  // namespace tallyfin

@@ -343,23 +343,6 @@ bool CleanupRules::recognizes(std::string_view path, std::string_view home) {
   return ProjectRules::kind(name, markers, path, isVenv, home).has_value();
 }
 
-std::string shellQuoted(std::string_view word) {
-  const bool plain = !word.empty() && std::all_of(word.begin(), word.end(), [](char c) {
-    return std::isalnum(static_cast<unsigned char>(c)) || c == '-' || c == '_' || c == '.' ||
-           c == ':' || c == '/' || c == '+' || c == '=' || c == '@' || c == ',';
-  });
-  if (plain) return std::string(word);
-  std::string quoted = "'";
-  for (const char c : word) {
-    if (c == '\'') {
-      quoted += "'\\''";
-    } else {
-      quoted += c;
-    }
-  }
-  return quoted + "'";
-}
-
 std::string runtimeDisplayName(std::string_view identifier) {
   const size_t dot = identifier.rfind('.');
   std::string name(dot == std::string_view::npos ? identifier : identifier.substr(dot + 1));

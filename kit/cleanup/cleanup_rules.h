@@ -74,9 +74,6 @@ class CleanupRules {
   std::string home_;
 };
 
-// A word as the shell reads it: as is when it is plainly safe, else in single quotes.
-std::string shellQuoted(std::string_view word);
-
 // "com.apple.CoreSimulator.SimRuntime.iOS-17-2" as people say it: "iOS 17.2".
 std::string runtimeDisplayName(std::string_view identifier);
 

@@ -16,4 +16,8 @@ class LowIoPriority {
   int previous_;  // -1 when it could not be read
 };
 
+// Puts this thread, and every thread it starts from now on, behind all other work
+// for the processor and the disk: for runs nobody is waiting for.
+void becomeBackgroundWork();
+
 }  // namespace tallyfin::platform

@@ -11,4 +11,8 @@ std::string homeFolder();
 // folder is created inside it.
 std::string applicationSupportFolder();
 
+// Where applications keep the user's settings; Tallyfin's preferences and the
+// scheduled scan's timers live below it.
+std::string settingsFolder();
+
 }  // namespace tallyfin::platform

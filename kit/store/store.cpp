@@ -1,7 +1,6 @@
 #include "kit/store/store.h"
 
 #include <fcntl.h>
-#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -13,6 +12,7 @@
 #include "kit/base/system_error.h"
 #include "kit/platform/user_folders.h"
 #include "kit/store/atomic_file.h"
+#include "kit/store/file_lock.h"
 
 namespace tallyfin {
 namespace {
@@ -94,22 +94,7 @@ Status Store::saveJson(const nlohmann::json& json, File file) const {
 
 Status Store::withLock(File file, const std::function<Status()>& body) const {
   if (!isTrusted()) return fail(untrustedError(file));
-  const std::string path = url(file) + ".lock";
-  const int fd = ::open(path.c_str(), O_RDWR | O_CREAT | O_NOFOLLOW | O_CLOEXEC, 0600);
-  if (fd < 0) {
-    const int code = errno;
-    return fail(Error{"Could not open the lock " + path + ": " + errnoText(code) + ".", code});
-  }
-  while (::flock(fd, LOCK_EX) != 0) {
-    if (errno == EINTR) continue;
-    const int code = errno;
-    ::close(fd);
-    return fail(Error{"Could not lock " + path + ": " + errnoText(code) + ".", code});
-  }
-  Status result = body();
-  ::flock(fd, LOCK_UN);
-  ::close(fd);
-  return result;
+  return withFileLock(url(file) + ".lock", body);
 }
 
 Status Store::remove(File file) const {

@@ -23,6 +23,15 @@ TEST(Text, TrimmedOnlyTakesTheGivenBlanks) {
   EXPECT_EQ(trimmed("   "), "");
 }
 
+TEST(Text, ShellQuotingLeavesPlainWordsAndQuotesTheRest) {
+  EXPECT_EQ(shellQuoted("ABC-123"), "ABC-123");
+  EXPECT_EQ(shellQuoted("/usr/bin/tallyfin"), "/usr/bin/tallyfin");
+  EXPECT_EQ(shellQuoted(""), "''");
+  EXPECT_EQ(shellQuoted("it's here"), "'it'\\''s here'");
+  EXPECT_EQ(shellQuoted("a;rm -rf"), "'a;rm -rf'");
+  EXPECT_EQ(shellQuoted("50%"), "'50%'");
+}
+
 TEST(Paths, TildeExpandsOnlyAsAWholeFirstComponent) {
   EXPECT_EQ(expandedHome("~", "/home/a"), "/home/a");
   EXPECT_EQ(expandedHome("~/x", "/home/a"), "/home/a/x");

@@ -188,11 +188,7 @@ TEST(CleanupRules, ProjectJunkToolsWorktreesAndInstallers) {
   EXPECT_EQ(find(items, kHome + "/Downloads/notes.pdf"), nullptr);
 }
 
-TEST(CleanupRules, ShellQuotingAndRuntimeNames) {
-  EXPECT_EQ(shellQuoted("ABC-123"), "ABC-123");
-  EXPECT_EQ(shellQuoted(""), "''");
-  EXPECT_EQ(shellQuoted("it's here"), "'it'\\''s here'");
-  EXPECT_EQ(shellQuoted("a;rm -rf"), "'a;rm -rf'");
+TEST(CleanupRules, RuntimeNames) {
   EXPECT_EQ(runtimeDisplayName("com.apple.CoreSimulator.SimRuntime.iOS-17-2"), "iOS 17.2");
   EXPECT_EQ(runtimeDisplayName("watchOS-10-0"), "watchOS 10.0");
 }

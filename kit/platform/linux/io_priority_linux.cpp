@@ -1,6 +1,7 @@
 #include "kit/platform/io_priority.h"
 
 #include <linux/ioprio.h>
+#include <sys/resource.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 
@@ -24,6 +25,13 @@ LowIoPriority::LowIoPriority() : previous_(threadPriority()) {
 
 LowIoPriority::~LowIoPriority() {
   if (previous_ >= 0) setThreadPriority(previous_);
+}
+
+// New threads inherit both the nice value and the I/O priority of the thread
+// that starts them.
+void becomeBackgroundWork() {
+  ::setpriority(PRIO_PROCESS, 0, 19);
+  setThreadPriority(IOPRIO_PRIO_VALUE(IOPRIO_CLASS_IDLE, 0));
 }
 
 }  // namespace tallyfin::platform

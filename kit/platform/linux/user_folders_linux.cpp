@@ -19,4 +19,10 @@ std::string applicationSupportFolder() {
   return homeFolder() + "/.local/share";
 }
 
+// The XDG configuration folder: $XDG_CONFIG_HOME, or ~/.config.
+std::string settingsFolder() {
+  if (const char* config = std::getenv("XDG_CONFIG_HOME"); config && *config == '/') return config;
+  return homeFolder() + "/.config";
+}
+
 }  // namespace tallyfin::platform

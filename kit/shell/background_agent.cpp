@@ -1,0 +1,105 @@
+#include "kit/shell/background_agent.h"
+
+#include <algorithm>
+#include <cstdio>
+
+#include "kit/base/clock.h"
+#include "kit/cleanup/keep_list.h"
+#include "kit/history/autopilot.h"
+#include "kit/platform/user_folders.h"
+#include "kit/store/format.h"
+#include "kit/tools/tool_probe.h"
+#include "kit/trash/trash_service.h"
+
+namespace tallyfin {
+namespace {
+
+using platform::LogLevel;
+
+std::string finishedLine(double seconds) {
+  char line[96];
+  std::snprintf(line, sizeof line, "Scheduled scan finished in %f s", seconds);
+  return line;
+}
+
+}  // namespace
+
+BackgroundSettings BackgroundSettings::forThisUser() {
+  const std::string home = platform::homeFolder();
+  return BackgroundSettings{Store::standard(),
+                            home,
+                            ScanConfiguration::wholeDisk(home),
+                            Preferences::standard(),
+                            [home] { return ToolProbe::collect(home); },
+                            systemTrasher(home),
+                            platform::postNotification,
+                            platform::systemLog,
+                            secondsSinceEpoch};
+}
+
+bool BackgroundAgent::isRequested(const std::vector<std::string>& arguments) {
+  return std::find(arguments.begin(), arguments.end(), kArgument) != arguments.end();
+}
+
+int BackgroundAgent::run() const {
+  try {
+    scanAndNotify();
+  } catch (const std::exception& error) {
+    settings_.log(LogLevel::error, std::string("Scheduled scan failed: ") + error.what());
+  }
+  return 0;
+}
+
+void BackgroundAgent::scanAndNotify() const {
+  settings_.log(LogLevel::info, "scanAndNotify()");
+  const double started = settings_.clock();
+  const ScanPipeline pipeline{settings_.store, settings_.configuration, settings_.preferences.notificationSettings(),
+                              settings_.probeTools, ScanTrigger::scheduled};
+  const CancelToken cancel;
+  const auto result = pipeline.run(cancel, started);
+  if (!result) {
+    if (result.error().reason == PipelineError::Reason::alreadyScanning) {
+      settings_.log(LogLevel::info, "Skipped: a scan is already running");
+    } else {
+      settings_.log(LogLevel::error, "Scheduled scan failed: " + result.error().message);
+    }
+    return;
+  }
+  const double now = settings_.clock();
+  settings_.log(LogLevel::info, finishedLine(now - started));
+
+  if (result->notification) post(result->notification->title, result->notification->body);
+  // Saved whether or not something was shown: the policy also remembers what it saw.
+  NotificationState state = runAutopilot(result->report, result->notificationState.value_or(NotificationState{}), now);
+  if (auto saved = settings_.store.save(state, Store::File::notifications); !saved) {
+    settings_.log(LogLevel::error, saved.error().message);
+  }
+}
+
+NotificationState BackgroundAgent::runAutopilot(const ScanReport& report, NotificationState state, double now) const {
+  const AutopilotSettings autopilot = settings_.preferences.autopilot();
+  if (!autopilot.enabled) return state;
+  const auto selected = Autopilot::select(report.items, KeepList::paths(settings_.store), autopilot, now);
+  if (selected.empty()) return state;
+  const TrashService trash(settings_.home, settings_.store, settings_.trasher);
+  const TrashOutcome outcome = trash.trash(Autopilot::batch(selected), std::string(Autopilot::kBatchLabel), now);
+  for (const auto& [path, reason] : outcome.failed) settings_.log(LogLevel::info, path + ": " + reason);
+  if (outcome.journalError) settings_.log(LogLevel::error, *outcome.journalError);
+  if (outcome.moved.empty()) return state;
+  post("Autopilot freed " + Format::bytes(outcome.freedBytes()),
+       "Moved " + std::to_string(outcome.moved.size()) +
+           " old cache and build folders to the Trash. Undo any time in Tallyfin.");
+  settings_.log(LogLevel::info, "Autopilot moved " + std::to_string(outcome.moved.size()) + " items");
+  state.lastSent[std::string(caseName(Notification::Kind::autopilot))] = now;
+  return state;
+}
+
+void BackgroundAgent::post(const std::string& title, const std::string& body) const {
+  const platform::DesktopNotification notification{std::string(kCategory), title, body,
+                                                   {{"review", "Review cleanup"}}};
+  if (auto shown = settings_.post(notification); !shown) {
+    settings_.log(LogLevel::info, "Notification not shown: " + shown.error().message);
+  }
+}
+
+}  // namespace tallyfin

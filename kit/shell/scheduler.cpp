@@ -1,0 +1,59 @@
+#include "kit/shell/scheduler.h"
+
+namespace tallyfin {
+
+using platform::AgentStatus;
+using Kind = SchedulerState::Kind;
+
+std::string_view caseName(SchedulerState::Kind kind) {
+  switch (kind) {
+    case Kind::scheduled:
+      return "scheduled";
+    case Kind::needsApproval:
+      return "needsApproval";
+    case Kind::off:
+      break;
+  }
+  return "off";
+}
+
+platform::AgentJob Scheduler::job(Schedule schedule) {
+  return {agentLabel(schedule).value_or(""), schedule == Schedule::weekly};
+}
+
+SchedulerState Scheduler::state(Schedule schedule) const {
+  if (schedule == Schedule::off) return {};
+  switch (agents_.status(job(schedule))) {
+    case AgentStatus::enabled:
+      if (auto reason = agents_.whyNothingStarts()) return {Kind::off, std::move(reason)};
+      return {Kind::scheduled, std::nullopt};
+    case AgentStatus::requiresApproval:
+      return {Kind::needsApproval, std::nullopt};
+    case AgentStatus::notRegistered:
+    case AgentStatus::notFound:
+      break;
+  }
+  return {Kind::off, agents_.whyNothingStarts()};
+}
+
+SchedulerState Scheduler::apply(Schedule schedule) const {
+  for (const Schedule other : {Schedule::daily, Schedule::weekly}) {
+    if (other == schedule) continue;
+    // Files left by a registration that failed half way go too.
+    if (agents_.status(job(other)) != AgentStatus::notFound) {
+      if (auto removed = agents_.unregisterAgent(job(other)); !removed) {
+        return {Kind::off, removed.error().message};
+      }
+    }
+  }
+  if (schedule == Schedule::off) return {};
+  if (agents_.status(job(schedule)) != AgentStatus::enabled) {
+    if (auto registered = agents_.registerAgent(job(schedule)); !registered) {
+      if (agents_.status(job(schedule)) == AgentStatus::requiresApproval) return {Kind::needsApproval, std::nullopt};
+      return {Kind::off, registered.error().message};
+    }
+  }
+  return state(schedule);
+}
+
+}  // namespace tallyfin

@@ -1,0 +1,160 @@
+#include "kit/shell/background_agent.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <set>
+
+#include "kit/base/clock.h"
+#include "kit/cleanup/keep_list.h"
+#include "kit/scan/scan_lock.h"
+#include "kit/store/format.h"
+#include "tests/support/process.h"
+#include "tests/trash/trash_fixture.h"
+
+namespace tallyfin {
+namespace {
+
+using platform::DesktopNotification;
+using platform::LogLevel;
+using testing::TempHome;
+constexpr int64_t kDay = 86'400;
+
+bool exists(const std::string& path) { return std::filesystem::exists(std::filesystem::symlink_status(path)); }
+
+void ageBy(const std::string& path, int64_t seconds) {
+  const timespec then{static_cast<time_t>(secondsSinceEpoch()) - seconds, 0};
+  const timespec times[2] = {then, then};
+  ASSERT_EQ(::utimensat(AT_FDCWD, path.c_str(), times, AT_SYMLINK_NOFOLLOW), 0) << path;
+}
+
+std::set<std::string> namesIn(const std::string& folder) {
+  std::set<std::string> names;
+  for (const auto& entry : std::filesystem::directory_iterator(folder)) names.insert(entry.path().filename());
+  return names;
+}
+
+TEST(BackgroundAgent, TheFlagCountsAnywhereAmongTheArguments) {
+  EXPECT_TRUE(BackgroundAgent::isRequested({"--background-scan"}));
+  EXPECT_TRUE(BackgroundAgent::isRequested({"--json", "--top", "3", "--background-scan"}));
+  EXPECT_TRUE(BackgroundAgent::isRequested({"mcp", "--background-scan", "--root", "/x"}));
+  EXPECT_FALSE(BackgroundAgent::isRequested({}));
+  EXPECT_FALSE(BackgroundAgent::isRequested({"--background-scan=1", "background-scan", "--background"}));
+}
+
+// A Mac-like home with one old safe cache, one young one, one old one the user
+// keeps and one old model that needs a look first.
+class BackgroundRun : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    testing::allocateFile(home / ".cache/pip/http/blob", 3 << 20);
+    testing::allocateFile(home / ".cache/uv/archive", 1 << 20);
+    testing::allocateFile(home / "Library/Caches/Yarn/v6/pkg", 1 << 20);
+    testing::allocateFile(home / ".cache/huggingface/hub/models--tiny/blob", 1 << 20);
+    for (const char* old : {".cache/pip", "Library/Caches/Yarn", ".cache/huggingface/hub/models--tiny"}) {
+      ageBy(home / old, 60 * kDay);
+    }
+    ASSERT_TRUE(KeepList::set(home.store(), home / "Library/Caches/Yarn", true).ok());
+  }
+
+  BackgroundSettings settings() {
+    ScanConfiguration configuration = ScanConfiguration::wholeDisk(home.path());
+    configuration.root = home.path();
+    configuration.displayRoot = home.path();
+    return BackgroundSettings{home.store(),
+                              home.path(),
+                              configuration,
+                              preferences,
+                              {},
+                              systemTrasher(home.path()),
+                              [this](const DesktopNotification& shown) {
+                                posted.push_back(shown);
+                                return Status(ok());
+                              },
+                              [this](LogLevel, const std::string& line) { logged.push_back(line); },
+                              secondsSinceEpoch};
+  }
+
+  bool logs(std::string_view start) const {
+    return std::any_of(logged.begin(), logged.end(), [&](const std::string& line) { return line.starts_with(start); });
+  }
+
+  TempHome home;
+  Preferences preferences{home / ".config/Tallyfin/preferences.json"};
+  std::vector<DesktopNotification> posted;
+  std::vector<std::string> logged;
+};
+
+TEST_F(BackgroundRun, AutopilotMovesOnlyOldSafeUnkeptItemsAsOneBatch) {
+  ASSERT_TRUE(preferences.setAutopilot({true, 30}).ok());
+  EXPECT_EQ(BackgroundAgent(settings()).run(), 0);
+
+  EXPECT_FALSE(exists(home / ".cache/pip"));
+  EXPECT_TRUE(exists(home.trashFiles() + "/pip"));
+  for (const char* stays : {".cache/uv/archive", "Library/Caches/Yarn/v6/pkg", ".cache/huggingface/hub/models--tiny/blob"}) {
+    EXPECT_TRUE(exists(home / stays)) << stays;
+  }
+  const auto batches = home.service().batches(1, secondsSinceEpoch());
+  ASSERT_EQ(batches.size(), 1u);
+  ASSERT_EQ(batches[0].entries.size(), 1u);
+  EXPECT_EQ(batches[0].label(), "Autopilot");
+  EXPECT_EQ(batches[0].entries[0].path, home / ".cache/pip");
+  EXPECT_GE(batches[0].size, 3 << 20);
+
+  ASSERT_FALSE(posted.empty());
+  const DesktopNotification& autopilot = posted.back();
+  EXPECT_EQ(autopilot.title, "Autopilot freed " + Format::bytes(batches[0].size));
+  EXPECT_EQ(autopilot.body, "Moved 1 old cache and build folders to the Trash. Undo any time in Tallyfin.");
+  EXPECT_EQ(autopilot.category, "tallyfin.scan");
+  ASSERT_EQ(autopilot.actions.size(), 1u);
+  EXPECT_EQ(autopilot.actions[0].identifier, "review");
+  EXPECT_EQ(autopilot.actions[0].title, "Review cleanup");
+
+  EXPECT_EQ(logged.front(), "scanAndNotify()");
+  EXPECT_TRUE(logs("Scheduled scan finished in "));
+  EXPECT_TRUE(logs("Autopilot moved 1 items"));
+  const auto state = home.store().load<NotificationState>(Store::File::notifications);
+  ASSERT_TRUE(state.has_value());
+  EXPECT_TRUE(state->lastSent.contains("autopilot"));
+}
+
+TEST_F(BackgroundRun, WithAutopilotOffNothingMovesButTheScanIsSaved) {
+  EXPECT_EQ(BackgroundAgent(settings()).run(), 0);
+  EXPECT_TRUE(exists(home / ".cache/pip/http/blob"));
+  EXPECT_TRUE(home.service().batches(1, secondsSinceEpoch()).empty());
+  EXPECT_TRUE(std::none_of(posted.begin(), posted.end(),
+                           [](const DesktopNotification& n) { return n.title.starts_with("Autopilot"); }));
+  EXPECT_TRUE(loadReport(home.store()).has_value());
+  EXPECT_TRUE(home.store().load<NotificationState>(Store::File::notifications).has_value());
+}
+
+TEST_F(BackgroundRun, NoNotificationServiceIsLoggedAndTheRunGoesOn) {
+  ASSERT_TRUE(preferences.setAutopilot({true, 30}).ok());
+  BackgroundSettings quiet = settings();
+  quiet.post = [](const DesktopNotification&) { return Status(fail(Error{"No desktop session bus.", 0})); };
+  EXPECT_EQ(BackgroundAgent(quiet).run(), 0);
+  EXPECT_FALSE(exists(home / ".cache/pip"));
+  EXPECT_TRUE(logs("Notification not shown: No desktop session bus."));
+  EXPECT_TRUE(logs("Autopilot moved 1 items"));
+}
+
+TEST(BackgroundScan, AHeldScanLockEndsTheRunQuietlyWithStatusZero) {
+  TempHome home;
+  const Store store = home.store();
+  auto lock = ScanLock::acquire(store);
+  ASSERT_TRUE(lock.ok());
+  const auto result = testing::runProcess(
+      TALLYFIN_BINARY, {"--json", "--background-scan", "--top", "3"},
+      {"PATH=/usr/bin:/bin", "HOME=" + home.path(), "XDG_DATA_HOME=" + home / ".local/share",
+       "XDG_CONFIG_HOME=" + home / ".config", "XDG_RUNTIME_DIR=" + home / "run"});
+  EXPECT_EQ(result.exitCode, 0);
+  EXPECT_EQ(result.out, "");
+  EXPECT_EQ(result.err, "");
+  EXPECT_EQ(namesIn(store.directory()), std::set<std::string>{"scan.lock"});
+}
+
+}  // namespace
+}  // namespace tallyfin
