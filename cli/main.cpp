@@ -10,6 +10,7 @@
 
 #include "cli/agents_command.h"
 #include "cli/apps_command.h"
+#include "cli/autopilot_command.h"
 #include "cli/command_support.h"
 #include "cli/duplicates_command.h"
 #include "cli/interrupt.h"
@@ -134,6 +135,7 @@ int main(int argc, char** argv) {
     case cli::Options::Command::apps:
     case cli::Options::Command::mcp:
     case cli::Options::Command::schedule:
+    case cli::Options::Command::autopilot:
     case cli::Options::Command::scan:
       break;
   }
@@ -149,6 +151,7 @@ int main(int argc, char** argv) {
     const Preferences preferences = migratedPreferences();
     return cli::scheduleScans(*options, preferences, Scheduler(platform::LaunchAgents(platform::LaunchAgents::forThisUser())));
   }
+  if (options->command == cli::Options::Command::autopilot) return cli::setUpAutopilot(*options, migratedPreferences());
   if (options->command == cli::Options::Command::systemData) return cli::explainSystemData(*options, store, home);
   return options->noScan ? showSavedScan(*options, store) : scan(*options, store, home);
 }

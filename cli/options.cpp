@@ -4,6 +4,7 @@
 #include <array>
 #include <charconv>
 
+#include "cli/autopilot_command.h"
 #include "kit/agents/agent_client.h"
 #include "kit/shell/schedule.h"
 
@@ -89,6 +90,16 @@ Expected<Options, std::string> parseOptions(const std::vector<std::string>& argu
         if (!scheduleNamed(schedule)) return fail("schedule takes off, daily or weekly, not " + schedule);
         options.schedule = schedule;
       }
+    } else if (i == 0 && argument == "autopilot") {
+      options.command = Options::Command::autopilot;
+      if (i + 1 < arguments.size() && !arguments[i + 1].starts_with("--")) {
+        const std::string& choice = arguments[++i];
+        const auto days = wholeNumber(choice);
+        if (choice != "off" && !(days && *days >= kFewestAutopilotDays && *days <= kMostAutopilotDays)) {
+          return fail("autopilot takes off or a number of days from 14 to 90, not " + choice);
+        }
+        options.autopilotDays = choice == "off" ? 0 : *days;
+      }
     } else if (i == 0 && (argument == "connect" || argument == "disconnect")) {
       if (i + 1 >= arguments.size()) return fail(argument + " needs a client name");
       const std::string& client = arguments[++i];
@@ -118,8 +129,9 @@ Expected<Options, std::string> parseOptions(const std::vector<std::string>& argu
   if (options.command == Options::Command::apps && (options.root || options.noScan || options.store)) {
     return fail(std::string("--apps looks at the installed apps; --root, --no-scan and --store do not apply"));
   }
-  if (options.command == Options::Command::schedule && (options.root || options.noScan || options.store)) {
-    return fail(std::string("schedule sets the scheduled scan; --root, --no-scan and --store do not apply"));
+  const bool setting = options.command == Options::Command::schedule || options.command == Options::Command::autopilot;
+  if (setting && (options.root || options.noScan || options.store)) {
+    return fail(std::string("schedule and autopilot change settings; --root, --no-scan and --store do not apply"));
   }
   if (duplicates && (options.root || options.noScan)) {
     return fail(std::string("--duplicates reads the last scan or a folder; --root and --no-scan do not apply"));
@@ -146,6 +158,8 @@ Usage:
   tallyfin schedule [off|daily|weekly]
                                 Scan by itself every day or every Monday at 10:00 (a
                                 systemd user timer); without a choice, show the schedule
+  tallyfin autopilot [off|DAYS] After each scheduled scan, move Safe items unused for DAYS
+                                (14 to 90) to the Trash; without a choice, show the setting
   tallyfin --background-scan    The scheduled run: scan, notify, run Autopilot, exit 0
   tallyfin --system-data        What fills the system's share of the disk, and what to do
   tallyfin --apps               Installed apps, and what removed apps left behind

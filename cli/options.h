@@ -12,7 +12,7 @@ namespace tallyfin::cli {
 
 struct Options {
   enum class Command { scan, help, mcp, connect, disconnect, clients, agentGuide, duplicates, systemData, apps,
-                       schedule };
+                       schedule, autopilot };
 
   Command command = Command::scan;
   bool json = false;
@@ -22,6 +22,7 @@ struct Options {
   std::optional<std::string> root;
   std::optional<std::string> client;  // for connect and disconnect
   std::optional<std::string> schedule;  // off, daily or weekly, for schedule
+  std::optional<int> autopilotDays;     // 0 for off, for autopilot
   // For --duplicates: a folder to search instead of the scan's big files, the
   // smallest file compared in bytes, and whether to hash whole files.
   std::optional<std::string> folder;
@@ -31,8 +32,8 @@ struct Options {
 
 inline constexpr std::string_view kUsage =
     "usage: tallyfin [--json] [--top N] [--no-scan] [--store DIR] [--root PATH] | mcp | "
-    "connect CLIENT | disconnect CLIENT | clients | agent-guide | schedule [off|daily|weekly] | --duplicates [DIR] "
-    "[--min-size MB] [--full] | --system-data | --apps | --background-scan";
+    "connect CLIENT | disconnect CLIENT | clients | agent-guide | schedule [off|daily|weekly] | autopilot [off|DAYS] | "
+    "--duplicates [DIR] [--min-size MB] [--full] | --system-data | --apps | --background-scan";
 
 // The options of one invocation, or the one-line reason they make no sense.
 Expected<Options, std::string> parseOptions(const std::vector<std::string>& arguments);

@@ -1,26 +1,21 @@
 #!/bin/sh
-# Builds and runs every test twice: a normal build, then with the address and
-# undefined-behaviour sanitizers. Warnings are errors in both. Then the fuzzers
-# run for a bounded time each.
+# Builds every test and fuzzer once, with clang and the address and undefined-behaviour
+# sanitizers (warnings are errors), runs the tests, then each fuzzer for a bounded time.
+# One build serves both so that the whole run fits a small CI machine.
 set -eu
 cd "$(dirname "$0")/.."
 jobs=$(nproc)
-for preset in dev asan; do
-  echo "== $preset build"
-  cmake --preset "$preset" >/dev/null
-  cmake --build --preset "$preset" -j "$jobs"
-  echo "== $preset tests"
-  ctest --preset "$preset" -j "$jobs"
-done
+echo "== asan build"
+cmake --preset asan >/dev/null
+cmake --build --preset asan -j "$jobs"
+echo "== asan tests"
+ctest --preset asan -j "$jobs"
 
-echo "== fuzz build"
-cmake --preset fuzz >/dev/null
-cmake --build --preset fuzz -j "$jobs"
 for fuzzer in mcp_request config_text; do
   echo "== fuzzing $fuzzer for ${TALLYFIN_FUZZ_SECONDS:-20} s"
   found=$(mktemp -d)
   # New inputs go to the temporary folder; the checked-in seeds stay as they are.
-  if ! build/fuzz/fuzz/${fuzzer}_fuzzer -max_total_time="${TALLYFIN_FUZZ_SECONDS:-20}" \
+  if ! build/asan/fuzz/${fuzzer}_fuzzer -max_total_time="${TALLYFIN_FUZZ_SECONDS:-20}" \
       "$found" "fuzz/corpus/$fuzzer" >"$found.log" 2>&1; then
     tail -n 40 "$found.log"
     exit 1

@@ -1,5 +1,7 @@
 #include "kit/shell/background_agent.h"
 
+#include <unistd.h>
+
 #include <algorithm>
 #include <cstdio>
 
@@ -22,6 +24,13 @@ std::string finishedLine(double seconds) {
   return line;
 }
 
+// The system log keeps the story of runs nobody watched; someone who started one
+// by hand in a terminal sees it as it happens.
+void logLine(LogLevel level, const std::string& line) {
+  platform::systemLog(level, line);
+  if (::isatty(STDERR_FILENO)) std::fprintf(stderr, "tallyfin: %s\n", line.c_str());
+}
+
 }  // namespace
 
 BackgroundSettings BackgroundSettings::forThisUser() {
@@ -33,7 +42,7 @@ BackgroundSettings BackgroundSettings::forThisUser() {
                             [home] { return ToolProbe::collect(home); },
                             systemTrasher(home),
                             platform::postNotification,
-                            platform::systemLog,
+                            logLine,
                             secondsSinceEpoch};
 }
 

@@ -121,7 +121,8 @@ TEST_F(TallyfinCli, NoSavedScanExitsThreeWithNothingOnStandardOutput) {
 TEST_F(TallyfinCli, BadArgumentsExitSixtyFourWithAUsageLine) {
   for (const auto& arguments : std::vector<std::vector<std::string>>{
            {"--frobnicate"}, {"--top"}, {"--top", "many"}, {"--top", "-1"}, {"--store"},
-           {"connect", "notepad"}, {"--no-scan", "--root", "/tmp"}, {"mcp", "--json"}}) {
+           {"connect", "notepad"}, {"--no-scan", "--root", "/tmp"}, {"mcp", "--json"},
+           {"schedule", "hourly"}, {"autopilot", "7"}}) {
     const auto result = tallyfin(arguments);
     EXPECT_EQ(result.exitCode, 64) << arguments[0];
     EXPECT_EQ(result.out, "");
@@ -247,6 +248,31 @@ TEST_F(TallyfinCli, ConnectsAnAssistantWithThisBinaryAndListsWhatIsConnected) {
   EXPECT_EQ(tallyfin({"disconnect", "cursor"}).exitCode, 0);
   EXPECT_NE(tallyfin({"clients"}).out.find("cursor               yes        no"), std::string::npos);
   EXPECT_NE(tallyfin({"agent-guide"}).out.find(" mcp` (stdio)"), std::string::npos);
+}
+
+// Only reading the schedule here: setting one would reach this machine's real
+// crontab wherever a cron daemon runs.
+TEST_F(TallyfinCli, AutopilotIsSetInThePreferencesAndTheScheduleShown) {
+  const auto on = tallyfin({"autopilot", "21"});
+  EXPECT_EQ(on.exitCode, 0) << on.err;
+  EXPECT_EQ(on.out, "Autopilot: on — after each scheduled scan, Safe items unused for 21 days go to the Trash "
+                    "(one batch, undoable)\n");
+  EXPECT_NE(on.err.find("tallyfin schedule weekly"), std::string::npos);  // nothing would run it yet
+  std::ifstream file(home / ".config/Tallyfin/preferences.json");
+  const auto preferences = nlohmann::json::parse(file);
+  EXPECT_EQ(preferences["autopilot"], (nlohmann::json{{"enabled", true}, {"minAgeDays", 21}}));
+  EXPECT_EQ(preferences["migrated.mossLedger"], true);
+
+  const auto off = tallyfin({"autopilot", "off", "--json"});
+  EXPECT_EQ(off.exitCode, 0);
+  EXPECT_EQ(nlohmann::json::parse(off.out), (nlohmann::json{{"enabled", false}, {"min_age_days", 21}}));
+
+  const auto schedule = tallyfin({"schedule", "--json"});
+  EXPECT_EQ(schedule.exitCode, 0) << schedule.err;
+  const auto state = nlohmann::json::parse(schedule.out);
+  EXPECT_EQ(state["schedule"], "off");
+  EXPECT_EQ(state["label"], "Off");
+  EXPECT_EQ(state["state"], "off");
 }
 
 TEST_F(TallyfinCli, ASecondScanExitsTwoAtOnceAndTouchesNothing) {

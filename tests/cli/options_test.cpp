@@ -28,6 +28,22 @@ TEST(Options, SubcommandsOnlyInFirstPlace) {
   EXPECT_EQ(parseOptions({"--top", "0"})->top, 0);
 }
 
+TEST(Options, ScheduleAndAutopilotTakeOneChoiceOrNone) {
+  EXPECT_FALSE(parseOptions({"schedule"})->schedule.has_value());
+  EXPECT_EQ(parseOptions({"schedule", "weekly", "--json"})->schedule, "weekly");
+  EXPECT_FALSE(parseOptions({"schedule", "hourly"}).ok());
+  EXPECT_FALSE(parseOptions({"schedule", "daily", "--store", "/tmp/s"}).ok());
+  EXPECT_FALSE(parseOptions({"--json", "schedule"}).ok());
+
+  EXPECT_FALSE(parseOptions({"autopilot"})->autopilotDays.has_value());
+  EXPECT_EQ(parseOptions({"autopilot", "off"})->autopilotDays, 0);
+  EXPECT_EQ(parseOptions({"autopilot", "14"})->autopilotDays, 14);
+  EXPECT_EQ(parseOptions({"autopilot", "90"})->autopilotDays, 90);
+  for (const char* bad : {"13", "91", "0", "on", "30d", "-30"}) {
+    EXPECT_FALSE(parseOptions({"autopilot", bad}).ok()) << bad;
+  }
+}
+
 TEST(Options, DuplicatesTakeAFolderASizeFloorAndFullHashes) {
   const auto scanFiles = parseOptions({"--duplicates", "--json"});
   ASSERT_TRUE(scanFiles.ok()) << scanFiles.error();

@@ -62,7 +62,7 @@ Status postNotification(const DesktopNotification& notification) {
   if (const int r = appendNotify(call.get(), notification); r < 0) {
     return fail(failure("Could not build the notification", r));
   }
-  sd_bus_error error = SD_BUS_ERROR_NULL;
+  sd_bus_error error{};  // SD_BUS_ERROR_NULL, spelled without a C compound literal
   sd_bus_message* reply = nullptr;
   const int r = sd_bus_call(bus.get(), call.get(), kReplyTimeoutMicroseconds, &error, &reply);
   sd_bus_message_unref(reply);
