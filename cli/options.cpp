@@ -4,8 +4,8 @@
 #include <array>
 #include <charconv>
 
-#include "cli/autopilot_command.h"
 #include "kit/agents/agent_client.h"
+#include "kit/history/autopilot.h"
 #include "kit/shell/schedule.h"
 
 namespace tallyfin::cli {
@@ -95,8 +95,9 @@ Expected<Options, std::string> parseOptions(const std::vector<std::string>& argu
       if (i + 1 < arguments.size() && !arguments[i + 1].starts_with("--")) {
         const std::string& choice = arguments[++i];
         const auto days = wholeNumber(choice);
-        if (choice != "off" && !(days && *days >= kFewestAutopilotDays && *days <= kMostAutopilotDays)) {
-          return fail("autopilot takes off or a number of days from 14 to 90, not " + choice);
+        if (choice != "off" && !(days && *days >= Autopilot::kFewestDays && *days <= Autopilot::kMostDays)) {
+          return fail("autopilot takes off or a number of days from " + std::to_string(Autopilot::kFewestDays) + " to " +
+                      std::to_string(Autopilot::kMostDays) + ", not " + choice);
         }
         options.autopilotDays = choice == "off" ? 0 : *days;
       }

@@ -26,6 +26,9 @@ void from_json(const nlohmann::json& json, AutopilotSettings& settings);
 namespace Autopilot {
 
 inline constexpr std::string_view kBatchLabel = "Autopilot";
+// The ages the settings offer, from two weeks to three months.
+inline constexpr int kFewestDays = 14;
+inline constexpr int kMostDays = 90;
 
 // Safe, trashable items unused for longer than the settings allow, outside the
 // keep list and Downloads; a folder and something inside it never both.

@@ -23,7 +23,11 @@ platform::AgentJob Scheduler::job(Schedule schedule) {
 
 SchedulerState Scheduler::state(Schedule schedule) const {
   if (schedule == Schedule::off) return {};
-  switch (agents_.status(job(schedule))) {
+  return stateFor(agents_.status(job(schedule)));
+}
+
+SchedulerState Scheduler::stateFor(AgentStatus status) const {
+  switch (status) {
     case AgentStatus::enabled:
       if (auto reason = agents_.whyNothingStarts()) return {Kind::off, std::move(reason)};
       return {Kind::scheduled, std::nullopt};
@@ -47,13 +51,12 @@ SchedulerState Scheduler::apply(Schedule schedule) const {
     }
   }
   if (schedule == Schedule::off) return {};
-  if (agents_.status(job(schedule)) != AgentStatus::enabled) {
-    if (auto registered = agents_.registerAgent(job(schedule)); !registered) {
-      if (agents_.status(job(schedule)) == AgentStatus::requiresApproval) return {Kind::needsApproval, std::nullopt};
-      return {Kind::off, registered.error().message};
-    }
-  }
-  return state(schedule);
+  const AgentStatus current = agents_.status(job(schedule));
+  if (current == AgentStatus::enabled) return stateFor(current);
+  const Status registered = agents_.registerAgent(job(schedule));
+  const AgentStatus now = agents_.status(job(schedule));
+  if (!registered && now != AgentStatus::requiresApproval) return {Kind::off, registered.error().message};
+  return stateFor(now);
 }
 
 }  // namespace tallyfin

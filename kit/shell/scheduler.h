@@ -37,6 +37,8 @@ class Scheduler {
   static platform::AgentJob job(Schedule schedule);
 
  private:
+  SchedulerState stateFor(platform::AgentStatus status) const;
+
   platform::LaunchAgents agents_;
 };
 

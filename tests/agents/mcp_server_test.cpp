@@ -18,11 +18,6 @@ namespace {
 using nlohmann::json;
 using testing::TempHome;
 
-bool exists(const std::string& path) {
-  struct stat info;
-  return ::lstat(path.c_str(), &info) == 0;
-}
-
 class Mcp : public ::testing::Test {
  protected:
   Mcp() : server(settings()) {
@@ -180,7 +175,7 @@ TEST_F(Mcp, MoveToTrashNeedsAPreviewAndItsTokenAndUndoPutsBack) {
   EXPECT_EQ(preview["would_move"][0]["path"], cache);
   ASSERT_EQ(preview["refused"].size(), 1u);
   EXPECT_EQ(preview["refused"][0]["reason"], "Not a cleanup suggestion from the last scan");
-  EXPECT_TRUE(exists(cache));
+  EXPECT_TRUE(testing::pathExists(cache));
 
   const json paths = {cache, home / "Documents/report.pdf"};
   const std::string token = preview["preview_token"];
@@ -193,19 +188,19 @@ TEST_F(Mcp, MoveToTrashNeedsAPreviewAndItsTokenAndUndoPutsBack) {
   EXPECT_TRUE(failure("move_to_trash", {{"paths", paths}, {"confirm", true}, {"preview_token", token}})
                   .starts_with("Preview first"));
   server.clock = [] { return static_cast<double>(std::time(nullptr)); };
-  EXPECT_TRUE(exists(cache));
+  EXPECT_TRUE(testing::pathExists(cache));
 
   const json moved = tool("move_to_trash", {{"paths", paths}, {"confirm", true}, {"preview_token", token}});
   EXPECT_EQ(moved["moved"], json::array({cache}));
   EXPECT_GE(moved["freed_bytes"].get<int64_t>(), 12 << 20);
   EXPECT_EQ(moved["note"], "In the Trash \u2014 empty it to get the space back. Undo with undo_trash.");
-  EXPECT_FALSE(exists(cache));
-  EXPECT_TRUE(exists(home.trashFiles() + "/_cacache"));
+  EXPECT_FALSE(testing::pathExists(cache));
+  EXPECT_TRUE(testing::pathExists(home.trashFiles() + "/_cacache"));
 
   const json undone = tool("undo_trash");
   EXPECT_EQ(undone["batch"], moved["batch"]);
   EXPECT_EQ(undone["restored"], json::array({cache}));
-  EXPECT_TRUE(exists(cache + "/content/blob"));
+  EXPECT_TRUE(testing::pathExists(cache + "/content/blob"));
   EXPECT_EQ(failure("undo_trash"), "Nothing to undo.");
 }
 
@@ -232,7 +227,7 @@ TEST_F(Mcp, MoveToTrashLimitsAndRefusals) {
   const json moved = tool("move_to_trash", {{"paths", {model.path}}, {"confirm", true},
                                             {"preview_token", preview["preview_token"]}});
   EXPECT_TRUE(moved["moved"].empty());
-  EXPECT_TRUE(exists(model.path));
+  EXPECT_TRUE(testing::pathExists(model.path));
 }
 
 TEST_F(Mcp, UninstallsAnAppWithItsDefaultLeftoversAfterAPreview) {
@@ -260,11 +255,11 @@ TEST_F(Mcp, UninstallsAnAppWithItsDefaultLeftoversAfterAPreview) {
   EXPECT_EQ(refused["refused"][0]["reason"], "Not one of this app's leftovers");
 
   EXPECT_TRUE(failure("uninstall_app", {{"app", app}, {"confirm", true}}).starts_with("Preview first: call uninstall_app"));
-  EXPECT_TRUE(exists(app));
+  EXPECT_TRUE(testing::pathExists(app));
   const json moved = tool("uninstall_app", {{"app", app}, {"confirm", true}, {"preview_token", preview["preview_token"]}});
   EXPECT_EQ(moved["moved"].size(), 2u);
-  EXPECT_FALSE(exists(app));
-  EXPECT_TRUE(exists(home / "Library/Group Containers/group.org.example.foo"));
+  EXPECT_FALSE(testing::pathExists(app));
+  EXPECT_TRUE(testing::pathExists(home / "Library/Group Containers/group.org.example.foo"));
 }
 
 TEST_F(Mcp, DuplicateSearchesStayInsideTheHomeFolder) {

@@ -1,6 +1,5 @@
 #include "kit/shell/background_agent.h"
 
-#include <fcntl.h>
 #include <sys/stat.h>
 
 #include <gtest/gtest.h>
@@ -12,6 +11,7 @@
 #include "kit/cleanup/keep_list.h"
 #include "kit/scan/scan_lock.h"
 #include "kit/store/format.h"
+#include "tests/support/file_content.h"
 #include "tests/support/process.h"
 #include "tests/trash/trash_fixture.h"
 
@@ -22,14 +22,6 @@ using platform::DesktopNotification;
 using platform::LogLevel;
 using testing::TempHome;
 constexpr int64_t kDay = 86'400;
-
-bool exists(const std::string& path) { return std::filesystem::exists(std::filesystem::symlink_status(path)); }
-
-void ageBy(const std::string& path, int64_t seconds) {
-  const timespec then{static_cast<time_t>(secondsSinceEpoch()) - seconds, 0};
-  const timespec times[2] = {then, then};
-  ASSERT_EQ(::utimensat(AT_FDCWD, path.c_str(), times, AT_SYMLINK_NOFOLLOW), 0) << path;
-}
 
 std::set<std::string> namesIn(const std::string& folder) {
   std::set<std::string> names;
@@ -55,7 +47,7 @@ class BackgroundRun : public ::testing::Test {
     testing::allocateFile(home / "Library/Caches/Yarn/v6/pkg", 1 << 20);
     testing::allocateFile(home / ".cache/huggingface/hub/models--tiny/blob", 1 << 20);
     for (const char* old : {".cache/pip", "Library/Caches/Yarn", ".cache/huggingface/hub/models--tiny"}) {
-      ageBy(home / old, 60 * kDay);
+      testing::setModified(home / old, static_cast<int64_t>(secondsSinceEpoch()) - 60 * kDay);
     }
     ASSERT_TRUE(KeepList::set(home.store(), home / "Library/Caches/Yarn", true).ok());
   }
@@ -92,10 +84,10 @@ TEST_F(BackgroundRun, AutopilotMovesOnlyOldSafeUnkeptItemsAsOneBatch) {
   ASSERT_TRUE(preferences.setAutopilot({true, 30}).ok());
   EXPECT_EQ(BackgroundAgent(settings()).run(), 0);
 
-  EXPECT_FALSE(exists(home / ".cache/pip"));
-  EXPECT_TRUE(exists(home.trashFiles() + "/pip"));
+  EXPECT_FALSE(testing::pathExists(home / ".cache/pip"));
+  EXPECT_TRUE(testing::pathExists(home.trashFiles() + "/pip"));
   for (const char* stays : {".cache/uv/archive", "Library/Caches/Yarn/v6/pkg", ".cache/huggingface/hub/models--tiny/blob"}) {
-    EXPECT_TRUE(exists(home / stays)) << stays;
+    EXPECT_TRUE(testing::pathExists(home / stays)) << stays;
   }
   const auto batches = home.service().batches(1, secondsSinceEpoch());
   ASSERT_EQ(batches.size(), 1u);
@@ -123,7 +115,7 @@ TEST_F(BackgroundRun, AutopilotMovesOnlyOldSafeUnkeptItemsAsOneBatch) {
 
 TEST_F(BackgroundRun, WithAutopilotOffNothingMovesButTheScanIsSaved) {
   EXPECT_EQ(BackgroundAgent(settings()).run(), 0);
-  EXPECT_TRUE(exists(home / ".cache/pip/http/blob"));
+  EXPECT_TRUE(testing::pathExists(home / ".cache/pip/http/blob"));
   EXPECT_TRUE(home.service().batches(1, secondsSinceEpoch()).empty());
   EXPECT_TRUE(std::none_of(posted.begin(), posted.end(),
                            [](const DesktopNotification& n) { return n.title.starts_with("Autopilot"); }));
@@ -136,7 +128,7 @@ TEST_F(BackgroundRun, NoNotificationServiceIsLoggedAndTheRunGoesOn) {
   BackgroundSettings quiet = settings();
   quiet.post = [](const DesktopNotification&) { return Status(fail(Error{"No desktop session bus.", 0})); };
   EXPECT_EQ(BackgroundAgent(quiet).run(), 0);
-  EXPECT_FALSE(exists(home / ".cache/pip"));
+  EXPECT_FALSE(testing::pathExists(home / ".cache/pip"));
   EXPECT_TRUE(logs("Notification not shown: No desktop session bus."));
   EXPECT_TRUE(logs("Autopilot moved 1 items"));
 }

@@ -15,11 +15,6 @@ namespace {
 using Flag = Preferences::Flag;
 using testing::TempFolder;
 
-void writeText(const std::string& path, const std::string& text) {
-  testing::writeFile(path, 0);
-  std::ofstream(path) << text;
-}
-
 nlohmann::json stored(const Preferences& preferences) {
   std::ifstream in(preferences.file());
   return nlohmann::json::parse(in);
@@ -29,7 +24,7 @@ TEST(Preferences, AMissingOrBrokenFileReadsAsTheDefaults) {
   TempFolder folder;
   for (const std::string& text : {std::string(), std::string("{not json"), std::string("[1, 2]")}) {
     const Preferences preferences(folder / "Tallyfin/preferences.json");
-    if (!text.empty()) writeText(preferences.file(), text);
+    if (!text.empty()) testing::writeText(preferences.file(), text);
     EXPECT_EQ(preferences.schedule(), Schedule::off);
     EXPECT_EQ(preferences.appearance(), Appearance::system);
     EXPECT_TRUE(preferences.flag(Flag::menuBarShow));
@@ -47,7 +42,7 @@ TEST(Preferences, AMissingOrBrokenFileReadsAsTheDefaults) {
 TEST(Preferences, ValuesOfTheWrongShapeReadAsTheirDefaults) {
   TempFolder folder;
   const Preferences preferences(folder / "preferences.json");
-  writeText(preferences.file(), R"({"schedule": "hourly", "appearance": 3, "menuBar.show": "yes",
+  testing::writeText(preferences.file(), R"({"schedule": "hourly", "appearance": 3, "menuBar.show": "yes",
     "projects.staleDays": -4, "notificationSettings": {"enabled": false},
     "autopilot": "on", "AppleLanguages": ["fr", "de"]})");
   EXPECT_EQ(preferences.schedule(), Schedule::off);
@@ -129,7 +124,7 @@ TEST(Preferences, WritersInSeveralProcessesLoseNoKey) {
 TEST(PreferencesMigration, CopiesTheFormerProductsKeysOnce) {
   TempFolder folder;
   const std::string legacy = folder / "MossLedger/preferences.json";
-  writeText(legacy, R"({"schedule": "daily", "autopilot": {"enabled": true, "minAgeDays": 14},
+  testing::writeText(legacy, R"({"schedule": "daily", "autopilot": {"enabled": true, "minAgeDays": 14},
     "menuBar.hideDock": true, "cleanup.sort": "size", "whatsNew.seen": "2.1",
     "somethingElse": 1, "AppleLanguages": ["de"]})");
   const Preferences preferences(folder / "Tallyfin/preferences.json");
@@ -147,7 +142,7 @@ TEST(PreferencesMigration, CopiesTheFormerProductsKeysOnce) {
   EXPECT_FALSE(json.contains("AppleLanguages"));
 
   // A second start copies nothing, even after the old file changed.
-  writeText(legacy, R"({"schedule": "weekly", "cleanup.sort": "name"})");
+  testing::writeText(legacy, R"({"schedule": "weekly", "cleanup.sort": "name"})");
   ASSERT_TRUE(preferences.migrateLegacyDefaults(legacy).ok());
   EXPECT_EQ(preferences.schedule(), Schedule::daily);
   EXPECT_EQ(stored(preferences)["cleanup.sort"], "size");

@@ -24,11 +24,6 @@ constexpr const char* kAnalyze = "/usr/bin/systemd-analyze";
 
 bool executable(const char* path) { return ::access(path, X_OK) == 0; }
 
-std::string readText(const std::string& path) {
-  std::ifstream in(path);
-  return std::string((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
-}
-
 // Every file and link below the unit folder, as paths relative to it.
 std::set<std::string> unitFiles(const std::string& folder) {
   std::set<std::string> files;
@@ -123,7 +118,7 @@ TEST(Scheduler, UnitsPassSystemdsOwnChecks) {
     EXPECT_EQ(verified.exitCode, 0) << verified.err;
     EXPECT_EQ(verified.err, "");  // no unknown keys or warnings either
 
-    const std::string timer = readText(base + ".timer");
+    const std::string timer = testing::readText(base + ".timer");
     const size_t at = timer.find("OnCalendar=");
     ASSERT_NE(at, std::string::npos);
     const std::string calendar = timer.substr(at + 11, timer.find('\n', at) - at - 11);
@@ -133,7 +128,7 @@ TEST(Scheduler, UnitsPassSystemdsOwnChecks) {
     EXPECT_NE(next.out.find(" 10:00:00"), std::string::npos) << next.out;
     EXPECT_NE(timer.find("Persistent=true"), std::string::npos);
   }
-  EXPECT_NE(readText(home.units + "/com.morvek.Tallyfin.daily.service").find("ExecStart=\"" + home.folder.path() +
+  EXPECT_NE(testing::readText(home.units + "/com.morvek.Tallyfin.daily.service").find("ExecStart=\"" + home.folder.path() +
                                                                             "/my tools/50%% $HOME/tallyfin\" --background-scan"),
             std::string::npos);
 }
@@ -175,32 +170,32 @@ TEST(SchedulerCron, EntriesGoBetweenMarkersAndTheUsersOwnLinesStay) {
   const Scheduler scheduler{LaunchAgents(cron.setup())};
 
   EXPECT_EQ(scheduler.apply(Schedule::weekly).kind, Kind::scheduled);
-  EXPECT_EQ(readText(cron.table),
+  EXPECT_EQ(testing::readText(cron.table),
             own + "# BEGIN com.morvek.Tallyfin.weekly (Tallyfin's scheduled scan)\n"
                   "0 10 * * 1 nice -n 19 ionice -c 3 '/opt/tally fin/50\\%/tallyfin' --background-scan >/dev/null 2>&1\n"
                   "# END com.morvek.Tallyfin.weekly\n");
 
   EXPECT_EQ(scheduler.apply(Schedule::daily).kind, Kind::scheduled);
-  const std::string daily = readText(cron.table);
+  const std::string daily = testing::readText(cron.table);
   EXPECT_EQ(daily.find("weekly"), std::string::npos);
   EXPECT_NE(daily.find("0 10 * * * nice"), std::string::npos);
   EXPECT_TRUE(daily.starts_with(own));
 
   EXPECT_EQ(scheduler.apply(Schedule::off).kind, Kind::off);
-  EXPECT_EQ(readText(cron.table), own);
+  EXPECT_EQ(testing::readText(cron.table), own);
 }
 
 TEST(SchedulerCron, AFreshTableIsMadeAndAnUnreadableOneLeftAlone) {
   CronHome fresh;
   EXPECT_EQ(Scheduler(LaunchAgents(fresh.setup())).apply(Schedule::daily).kind, Kind::scheduled);
-  EXPECT_TRUE(readText(fresh.table).starts_with("# BEGIN com.morvek.Tallyfin.daily"));
+  EXPECT_TRUE(testing::readText(fresh.table).starts_with("# BEGIN com.morvek.Tallyfin.daily"));
 
   CronHome locked(false);
   std::ofstream(locked.table) << "*/5 * * * * echo mine\n";
   const SchedulerState state = Scheduler(LaunchAgents(locked.setup())).apply(Schedule::daily);
   EXPECT_EQ(state.kind, Kind::off);
   EXPECT_EQ(state.reason, "Could not read your crontab, so it was left as it is.");
-  EXPECT_EQ(readText(locked.table), "*/5 * * * * echo mine\n");
+  EXPECT_EQ(testing::readText(locked.table), "*/5 * * * * echo mine\n");
 }
 
 TEST(SchedulerCron, WithoutTheDaemonNothingIsWrittenThatWouldNeverRun) {

@@ -8,6 +8,7 @@
 
 #include <cstdlib>
 #include <filesystem>
+#include <fstream>
 #include <stdexcept>
 #include <string>
 
@@ -53,13 +54,24 @@ std::string TempFolder::operator/(const std::string& relative) const {
 
 void makeFolder(const std::string& path) { fs::create_directories(path); }
 
-void writeFile(const std::string& path, size_t bytes) {
+void writeFile(const std::string& path, size_t bytes) { writeText(path, std::string(bytes, 'x')); }
+
+void writeText(const std::string& path, std::string_view text) {
   makeParent(path);
   const int fd = ::open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
   check(fd >= 0, "open " + path);
-  const std::string text(bytes, 'x');
   check(::write(fd, text.data(), text.size()) == static_cast<ssize_t>(text.size()), "write");
   ::close(fd);
+}
+
+std::string readText(const std::string& path) {
+  std::ifstream in(path, std::ios::binary);
+  return std::string((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+}
+
+bool pathExists(const std::string& path) {
+  struct stat info;
+  return ::lstat(path.c_str(), &info) == 0;
 }
 
 void allocateFile(const std::string& path, int64_t bytes) {

@@ -8,6 +8,7 @@
 #include <cstdint>
 #include <functional>
 #include <string>
+#include <string_view>
 
 namespace tallyfin::testing {
 
@@ -30,6 +31,12 @@ class TempFolder {
 void makeFolder(const std::string& path);
 // Writes `bytes` bytes of text, creating parent folders.
 void writeFile(const std::string& path, size_t bytes = 0);
+// Writes exactly `text`, creating parent folders.
+void writeText(const std::string& path, std::string_view text);
+// The file's bytes; empty when it cannot be read.
+std::string readText(const std::string& path);
+// Whether anything (a dangling link too) is at `path`.
+bool pathExists(const std::string& path);
 // A file whose data is allocated on disk without being written.
 void allocateFile(const std::string& path, int64_t bytes);
 // A file of `logical` bytes with only its last byte written: mostly a hole.

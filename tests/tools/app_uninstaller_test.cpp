@@ -22,11 +22,6 @@ namespace {
 using testing::TempHome;
 constexpr int64_t kDay = 86'400;
 
-bool exists(const std::string& path) {
-  struct stat info;
-  return ::lstat(path.c_str(), &info) == 0;
-}
-
 // Dates the path and everything below it, so the quiet period sees one time.
 void age(const std::string& path, int64_t seconds) {
   walkTree(path, {}, 1000, [&](const std::string& entry, const struct stat&) {
@@ -220,14 +215,14 @@ TEST_F(Uninstaller, MovesTheAppAndTheChosenLeftoversAsOneBatchAndPutsThemBack) {
   ASSERT_EQ(outcome.moved.size(), 3u);
   for (const auto& entry : outcome.moved) EXPECT_EQ(entry.batch, outcome.batch);
   EXPECT_EQ(outcome.moved[0].label, "Uninstall Foo");
-  EXPECT_FALSE(exists(foo));
-  EXPECT_FALSE(exists(library("Caches/org.example.foo")));
-  EXPECT_TRUE(exists(library("Group Containers/group.org.example.foo")));  // not chosen
+  EXPECT_FALSE(testing::pathExists(foo));
+  EXPECT_FALSE(testing::pathExists(library("Caches/org.example.foo")));
+  EXPECT_TRUE(testing::pathExists(library("Group Containers/group.org.example.foo")));  // not chosen
 
   const auto undone = service.undo(outcome.batch);
   EXPECT_EQ(undone.restored.size(), 3u);
-  EXPECT_TRUE(exists(foo + "/Contents/MacOS/foo"));
-  EXPECT_TRUE(exists(library("Preferences/org.example.foo.plist")));
+  EXPECT_TRUE(testing::pathExists(foo + "/Contents/MacOS/foo"));
+  EXPECT_TRUE(testing::pathExists(library("Preferences/org.example.foo.plist")));
 }
 
 TEST_F(Uninstaller, AnAppleAppWithoutAReceiptDoesNotMoveEvenWhenAsked) {
@@ -237,7 +232,7 @@ TEST_F(Uninstaller, AnAppleAppWithoutAReceiptDoesNotMoveEvenWhenAsked) {
   const auto outcome = AppUninstaller::uninstall(home.service(), listed[0], {}, home.path(), now);
   ASSERT_EQ(outcome.failed.size(), 1u);
   EXPECT_EQ(outcome.failed[0].second, "Part of macOS");
-  EXPECT_TRUE(exists(notes));
+  EXPECT_TRUE(testing::pathExists(notes));
 }
 
 }  // namespace

@@ -16,11 +16,6 @@ namespace {
 
 using testing::TempFolder;
 
-void writeText(const std::string& path, const std::string& text) {
-  testing::makeFolder(path.substr(0, path.rfind('/')));
-  std::ofstream(path, std::ios::binary) << text;
-}
-
 CleanupItem clutter(const std::string& path, int64_t size, std::optional<std::string> project) {
   CleanupItem item;
   item.path = path;
@@ -86,12 +81,12 @@ TEST(DevProjects, BranchNamesFromHead) {
 TEST(DevProjects, ALinkedWorktreeReadsItsOwnGitDirectory) {
   TempFolder dir;
   const std::string gitDir = dir / "main/.git/worktrees/wt";
-  writeText(gitDir + "/HEAD", "ref: refs/heads/feature\n");
-  writeText(gitDir + "/logs/HEAD",
+  testing::writeText(gitDir + "/HEAD", "ref: refs/heads/feature\n");
+  testing::writeText(gitDir + "/logs/HEAD",
             "0000 1111 Ann <ann@x> 1700000000 +0100\tcommit (initial): first\n"
             "1111 2222 Ann <ann@x> 1700000500 -0500\tcommit: second\n\n");
-  writeText(dir / "wt/.git", "gitdir: " + gitDir + "\n");
-  writeText(dir / "wt/src/main.c", "int main;");
+  testing::writeText(dir / "wt/.git", "gitdir: " + gitDir + "\n");
+  testing::writeText(dir / "wt/src/main.c", "int main;");
 
   EXPECT_EQ(ProjectScanner::gitDirectory(dir / "wt"), gitDir);
   const auto git = ProjectScanner::git(dir / "wt", {});
@@ -100,9 +95,9 @@ TEST(DevProjects, ALinkedWorktreeReadsItsOwnGitDirectory) {
   EXPECT_EQ(git->lastCommit, 1'700'000'500);
   EXPECT_FALSE(git->dirty.has_value());  // no index: can't tell, which is not "clean"
 
-  writeText(dir / "rel/.git", "gitdir: ../main/.git/worktrees/wt");
+  testing::writeText(dir / "rel/.git", "gitdir: ../main/.git/worktrees/wt");
   EXPECT_EQ(ProjectScanner::gitDirectory(dir / "rel"), gitDir);
-  writeText(dir / "plain/.git", "not a pointer");
+  testing::writeText(dir / "plain/.git", "not a pointer");
   EXPECT_FALSE(ProjectScanner::gitDirectory(dir / "plain").has_value());
   EXPECT_FALSE(ProjectScanner::git(dir / "nothing", {}).has_value());
 }
@@ -110,9 +105,9 @@ TEST(DevProjects, ALinkedWorktreeReadsItsOwnGitDirectory) {
 TEST(DevProjects, ReadsOnlyTheStartOfHeadAndTheEndOfTheReflog) {
   TempFolder dir;
   const std::string gitDir = dir / "p/.git";
-  writeText(gitDir + "/HEAD", "ref: refs/heads/" + std::string(5'000, 'b'));
+  testing::writeText(gitDir + "/HEAD", "ref: refs/heads/" + std::string(5'000, 'b'));
   const std::string reflog = gitDir + "/logs/HEAD";
-  writeText(reflog, "");
+  testing::writeText(reflog, "");
   std::filesystem::resize_file(reflog, 50'000'000);
   {
     std::ofstream append(reflog, std::ios::app | std::ios::binary);
@@ -128,19 +123,19 @@ TEST(DevProjects, ReadsOnlyTheStartOfHeadAndTheEndOfTheReflog) {
   ASSERT_TRUE(git.has_value());
   EXPECT_EQ(git->branch->size(), 4096u - std::string("ref: refs/heads/").size());
 
-  writeText(dir / "empty/.git/logs/HEAD", "");
+  testing::writeText(dir / "empty/.git/logs/HEAD", "");
   EXPECT_FALSE(ProjectScanner::lastReflogTime(dir / "empty/.git/logs/HEAD").has_value());
-  writeText(dir / "junk", "no tab and no time\n");
+  testing::writeText(dir / "junk", "no tab and no time\n");
   EXPECT_FALSE(ProjectScanner::lastReflogTime(dir / "junk").has_value());
 }
 
 TEST(DevProjects, ChangesSinceTheIndexSkipClutterAndStopAtTheLimit) {
   TempFolder dir;
   const std::string project = dir / "p";
-  writeText(project + "/.git/HEAD", "ref: refs/heads/main\n");
-  writeText(project + "/.git/index", "DIRC");
-  writeText(project + "/src/a.c", "a");
-  writeText(project + "/node_modules/x.js", "x");
+  testing::writeText(project + "/.git/HEAD", "ref: refs/heads/main\n");
+  testing::writeText(project + "/.git/index", "DIRC");
+  testing::writeText(project + "/src/a.c", "a");
+  testing::writeText(project + "/node_modules/x.js", "x");
   testing::setModified(project + "/.git/index", 2'000);
   testing::setModified(project + "/src/a.c", 1'000);
   testing::setModified(project + "/node_modules/x.js", 3'000);  // newer, but rebuildable clutter
@@ -152,7 +147,7 @@ TEST(DevProjects, ChangesSinceTheIndexSkipClutterAndStopAtTheLimit) {
 
   testing::setModified(project + "/src/a.c", 1'000);
   for (int i = 0; i < 5; ++i) {
-    writeText(project + "/src/old" + std::to_string(i), "o");
+    testing::writeText(project + "/src/old" + std::to_string(i), "o");
     testing::setModified(project + "/src/old" + std::to_string(i), 1'000);
   }
   EXPECT_FALSE(ProjectScanner::git(project, {project + "/node_modules"}, 3)->dirty.has_value());

@@ -20,16 +20,6 @@ using Origin = TrashItem::Origin;
 using testing::TempHome;
 constexpr double kNow = 1'800'000'000;
 
-std::string readFile(const std::string& path) {
-  std::ifstream in(path);
-  return std::string((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
-}
-
-bool exists(const std::string& path) {
-  struct stat info;
-  return ::lstat(path.c_str(), &info) == 0;
-}
-
 std::vector<JournalEntry> journalOf(const TempHome& home) {
   return home.store().load<std::vector<JournalEntry>>(Store::File::journal).value_or(
       std::vector<JournalEntry>{});
@@ -54,8 +44,8 @@ TEST(TrashService, MovesIntoTheFreedesktopTrashAndPutsBack) {
   const std::string second = home.trashFiles() + "/movie file%.mkv.2";
   EXPECT_EQ(outcome.moved[0].trashedPath, first);
   EXPECT_EQ(outcome.moved[1].trashedPath, second);
-  EXPECT_FALSE(exists(home / "Downloads/movie file%.mkv"));
-  const std::string info = readFile(home / ".local/share/Trash/info/movie file%.mkv.trashinfo");
+  EXPECT_FALSE(testing::pathExists(home / "Downloads/movie file%.mkv"));
+  const std::string info = testing::readText(home / ".local/share/Trash/info/movie file%.mkv.trashinfo");
   EXPECT_TRUE(info.starts_with("[Trash Info]\nPath=" + home.path() +
                                "/Downloads/movie%20file%25.mkv\nDeletionDate="))
       << info;
@@ -72,8 +62,8 @@ TEST(TrashService, MovesIntoTheFreedesktopTrashAndPutsBack) {
   const auto undone = service.undo(outcome.batch);
   EXPECT_EQ(undone.restored.size(), 2u);
   EXPECT_TRUE(undone.failed.empty());
-  EXPECT_TRUE(exists(home / "Downloads/movie file%.mkv"));
-  EXPECT_FALSE(exists(home / ".local/share/Trash/info/movie file%.mkv.trashinfo"));
+  EXPECT_TRUE(testing::pathExists(home / "Downloads/movie file%.mkv"));
+  EXPECT_FALSE(testing::pathExists(home / ".local/share/Trash/info/movie file%.mkv.trashinfo"));
   EXPECT_TRUE(journalOf(home).empty());
 }
 
@@ -218,7 +208,7 @@ TEST(TrashService, AnotherFileSystemIsRefusedNotCopied) {
   }
   testing::writeFile(home / "usb/file", 10);
   const auto outcome = home.service().trash({{home / "usb/file", 10, Origin::userChoice}}, {}, kNow);
-  const bool stillThere = exists(home / "usb/file");
+  const bool stillThere = testing::pathExists(home / "usb/file");
   ::umount((home / "usb").c_str());
   ASSERT_EQ(outcome.failed.size(), 1u);
   EXPECT_NE(outcome.failed[0].second.find("on another disk than your Trash"), std::string::npos)
@@ -264,7 +254,7 @@ TEST(TrashService, RetentionOnAppend) {
 }
 
 TEST(TrashService, SharesTheTrashWithTrashCli) {
-  if (!exists("/usr/bin/trash-list") || !exists("/usr/bin/trash-put")) {
+  if (!testing::pathExists("/usr/bin/trash-list") || !testing::pathExists("/usr/bin/trash-put")) {
     GTEST_SKIP() << "trash-cli is not installed";
   }
   TempHome home;
@@ -286,9 +276,9 @@ TEST(TrashService, SharesTheTrashWithTrashCli) {
 
   const auto undone = service.undo(outcome.batch);
   EXPECT_EQ(undone.restored.size(), 1u);
-  EXPECT_TRUE(exists(home / "stuff/ours"));
-  EXPECT_FALSE(exists(home / "stuff/theirs"));  // not ours to put back
-  EXPECT_TRUE(exists(home.trashFiles() + "/theirs"));
+  EXPECT_TRUE(testing::pathExists(home / "stuff/ours"));
+  EXPECT_FALSE(testing::pathExists(home / "stuff/theirs"));  // not ours to put back
+  EXPECT_TRUE(testing::pathExists(home.trashFiles() + "/theirs"));
 }
 
 }  // namespace
