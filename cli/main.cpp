@@ -22,7 +22,6 @@
 #include "cli/system_data_command.h"
 #include "kit/base/clock.h"
 #include "kit/cleanup/keep_list.h"
-#include "kit/platform/io_priority.h"
 #include "kit/platform/launch_agents.h"
 #include "kit/platform/user_folders.h"
 #include "kit/scan/scan_pipeline.h"
@@ -102,19 +101,11 @@ Preferences migratedPreferences() {
   return preferences;
 }
 
-// What the timer starts: nobody waits for it, and nobody reads its output.
-int runInBackground() {
-  platform::becomeBackgroundWork();
-  BackgroundSettings settings = BackgroundSettings::forThisUser();
-  settings.preferences = migratedPreferences();
-  return BackgroundAgent(std::move(settings)).run();
-}
-
 }  // namespace
 
 int main(int argc, char** argv) {
   const std::vector<std::string> arguments(argv + 1, argv + argc);
-  if (BackgroundAgent::isRequested(arguments)) return runInBackground();
+  if (BackgroundAgent::isRequested(arguments)) return BackgroundAgent::runForThisUser();
   const auto options = cli::parseOptions(arguments);
   if (!options) {
     diagnose(options.error());

@@ -8,8 +8,12 @@
 #include "kit/base/clock.h"
 #include "kit/cleanup/keep_list.h"
 #include "kit/history/autopilot.h"
+#include "kit/platform/io_priority.h"
+#include "kit/platform/processes.h"
 #include "kit/platform/user_folders.h"
+#include "kit/shell/schedule.h"
 #include "kit/store/format.h"
+#include "kit/tools/probe_environment.h"
 #include "kit/tools/tool_probe.h"
 #include "kit/trash/trash_service.h"
 
@@ -31,19 +35,52 @@ void logLine(LogLevel level, const std::string& line) {
   if (::isatty(STDERR_FILENO)) std::fprintf(stderr, "tallyfin: %s\n", line.c_str());
 }
 
+// The desktop app: beside this binary when it is the app or an installed tallyfin,
+// in the app's own folder of a build tree, else where packages install it.
+std::optional<std::string> appExecutable() {
+  const std::string self = platform::thisExecutable();
+  const std::string folder = self.substr(0, self.rfind('/'));
+  return firstExecutable({folder + "/tallyfin-app", folder + "/../app/tallyfin-app", "/usr/local/bin/tallyfin-app",
+                          "/usr/bin/tallyfin-app"});
+}
+
+void openCleanupScreen() {
+  const auto app = appExecutable();
+  if (!app) {
+    logLine(LogLevel::info, "Review cleanup: the Tallyfin app is not installed");
+    return;
+  }
+  if (auto started = platform::startApart(*app, {"--route", "cleanup"}); !started) {
+    logLine(LogLevel::error, started.error().message);
+  }
+}
+
 }  // namespace
 
 BackgroundSettings BackgroundSettings::forThisUser() {
   const std::string home = platform::homeFolder();
+  // One connection for every notification of the run, so their buttons are heard.
+  auto notifications = std::make_shared<platform::NotificationSession>();
   return BackgroundSettings{Store::standard(),
                             home,
                             ScanConfiguration::wholeDisk(home),
                             Preferences::standard(),
                             [home] { return ToolProbe::collect(home); },
                             systemTrasher(home),
-                            platform::postNotification,
+                            [notifications](const platform::DesktopNotification& shown) { return notifications->post(shown); },
+                            [notifications](double seconds) { return notifications->awaitAction(seconds); },
+                            openCleanupScreen,
                             logLine,
                             secondsSinceEpoch};
+}
+
+int BackgroundAgent::runForThisUser() {
+  platform::becomeBackgroundWork();
+  BackgroundSettings settings = BackgroundSettings::forThisUser();
+  if (auto migrated = settings.preferences.migrateLegacyDefaults(Preferences::legacyFile()); !migrated) {
+    settings.log(LogLevel::error, migrated.error().message);
+  }
+  return BackgroundAgent(std::move(settings)).run();
 }
 
 bool BackgroundAgent::isRequested(const std::vector<std::string>& arguments) {
@@ -53,10 +90,17 @@ bool BackgroundAgent::isRequested(const std::vector<std::string>& arguments) {
 int BackgroundAgent::run() const {
   try {
     scanAndNotify();
+    answerNotifications();
   } catch (const std::exception& error) {
     settings_.log(LogLevel::error, std::string("Scheduled scan failed: ") + error.what());
   }
   return 0;
+}
+
+void BackgroundAgent::answerNotifications() const {
+  if (!shown_ || !settings_.awaitAction) return;
+  const auto action = settings_.awaitAction(kAnswerWaitSeconds);
+  if (action == kReviewAction && settings_.openCleanup) settings_.openCleanup();
 }
 
 void BackgroundAgent::scanAndNotify() const {
@@ -105,10 +149,13 @@ NotificationState BackgroundAgent::runAutopilot(const ScanReport& report, Notifi
 
 void BackgroundAgent::post(const std::string& title, const std::string& body) const {
   const platform::DesktopNotification notification{std::string(kCategory), title, body,
-                                                   {{"review", "Review cleanup"}}};
+                                                   {{std::string(kReviewAction), "Review cleanup"}},
+                                                   std::string(kBundleIdentifier)};
   if (auto shown = settings_.post(notification); !shown) {
     settings_.log(LogLevel::info, "Notification not shown: " + shown.error().message);
+    return;
   }
+  shown_ = true;
 }
 
 }  // namespace tallyfin

@@ -66,6 +66,11 @@ class BackgroundRun : public ::testing::Test {
                                 posted.push_back(shown);
                                 return Status(ok());
                               },
+                              [this](double seconds) {
+                                waitedSeconds = seconds;
+                                return answer;
+                              },
+                              [this] { ++cleanupOpened; },
                               [this](LogLevel, const std::string& line) { logged.push_back(line); },
                               secondsSinceEpoch};
   }
@@ -78,6 +83,9 @@ class BackgroundRun : public ::testing::Test {
   Preferences preferences{home / ".config/Tallyfin/preferences.json"};
   std::vector<DesktopNotification> posted;
   std::vector<std::string> logged;
+  std::optional<std::string> answer;  // the button the user presses
+  std::optional<double> waitedSeconds;
+  int cleanupOpened = 0;
 };
 
 TEST_F(BackgroundRun, AutopilotMovesOnlyOldSafeUnkeptItemsAsOneBatch) {
@@ -131,6 +139,35 @@ TEST_F(BackgroundRun, NoNotificationServiceIsLoggedAndTheRunGoesOn) {
   EXPECT_FALSE(testing::pathExists(home / ".cache/pip"));
   EXPECT_TRUE(logs("Notification not shown: No desktop session bus."));
   EXPECT_TRUE(logs("Autopilot moved 1 items"));
+}
+
+TEST_F(BackgroundRun, ReviewCleanupPressedInTimeOpensTheCleanupScreen) {
+  ASSERT_TRUE(preferences.setAutopilot({true, 30}).ok());
+  answer = "review";
+  EXPECT_EQ(BackgroundAgent(settings()).run(), 0);
+  ASSERT_FALSE(posted.empty());
+  EXPECT_EQ(posted.back().desktopEntry, "com.morvek.Tallyfin");
+  EXPECT_EQ(waitedSeconds, BackgroundAgent::kAnswerWaitSeconds);
+  EXPECT_EQ(cleanupOpened, 1);
+}
+
+TEST_F(BackgroundRun, AClosedNotificationOrOneNeverShownOpensNothing) {
+  ASSERT_TRUE(preferences.setAutopilot({true, 30}).ok());
+  answer = std::nullopt;  // dismissed, or no answer in time
+  EXPECT_EQ(BackgroundAgent(settings()).run(), 0);
+  EXPECT_FALSE(posted.empty());
+  EXPECT_EQ(cleanupOpened, 0);
+
+  // Nothing shown at all: the run does not wait for an answer.
+  BackgroundSettings quiet = settings();
+  quiet.post = [](const DesktopNotification&) { return Status(fail(Error{"No desktop session bus.", 0})); };
+  waitedSeconds.reset();
+  answer = "review";
+  testing::allocateFile(home / ".cache/pip/http/again", 3 << 20);
+  testing::setModified(home / ".cache/pip", static_cast<int64_t>(secondsSinceEpoch()) - 60 * kDay);
+  EXPECT_EQ(BackgroundAgent(quiet).run(), 0);
+  EXPECT_FALSE(waitedSeconds.has_value());
+  EXPECT_EQ(cleanupOpened, 0);
 }
 
 TEST(BackgroundScan, AHeldScanLockEndsTheRunQuietlyWithStatusZero) {
