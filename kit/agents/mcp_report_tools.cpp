@@ -22,10 +22,6 @@ using nlohmann::json;
 namespace Arg = ToolArguments;
 
 constexpr double kDay = 86'400;
-// Folder trends need three scans and a megabyte of growth to mean anything; ten are plenty.
-constexpr size_t kTrendSamples = 3;
-constexpr int64_t kTrendDelta = 1'000'000;
-constexpr size_t kTrendFolders = 10;
 
 }  // namespace
 
@@ -123,7 +119,8 @@ json MCPServer::diskHistory(const json&) {
   const auto full = Trends::fullDate(clock(), history);
   json growing = json::array();
   for (const auto& trend :
-       Trends::growingFolders(HistoryFiles::folderHistory(settings_.store), kTrendSamples, kTrendDelta, kTrendFolders)) {
+       Trends::growingFolders(HistoryFiles::folderHistory(settings_.store), Trends::kShownMinSamples,
+                              Trends::kShownMinDelta, Trends::kShownLimit)) {
     growing.push_back({{"path", trend.path},
                        {"delta", trend.delta},
                        {"per_week", static_cast<int64_t>(std::llround(trend.perWeek))},

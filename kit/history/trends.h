@@ -10,6 +10,12 @@ namespace tallyfin::Trends {
 
 inline constexpr double kMinimumSpan = 172'800;  // two days
 
+// The growing folders people are shown: trends need three scans and a megabyte of
+// growth to mean anything; ten are plenty.
+inline constexpr size_t kShownMinSamples = 3;
+inline constexpr int64_t kShownMinDelta = 1'000'000;
+inline constexpr size_t kShownLimit = 10;
+
 // Least-squares growth per day of (date in seconds, size) points spanning at
 // least `minimumSpan` seconds; none for fewer than two points or a shorter span.
 std::optional<double> slopePerDay(const std::vector<std::pair<double, int64_t>>& points,
