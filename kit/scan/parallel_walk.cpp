@@ -195,6 +195,8 @@ class Walk {
     contents.reset();
     readContents(*listing, {folder.display, folder.override, folder.minimumKept}, configuration_,
                  rootDevice_, accumulator, contents);
+    filesSeen_.fetch_add(contents.fileCount, std::memory_order_relaxed);
+    bytesSeen_.fetch_add(contents.fileBytes, std::memory_order_relaxed);
     folder.isVenv = contents.markers.has(SiblingMarkers::pyvenvCfg);
     folder.junk = junkKind(folder.display, folder.parentMarkers, folder.isVenv, configuration_);
 
@@ -286,8 +288,8 @@ class Walk {
     std::lock_guard lock(progressMutex_);
     ++done_;
     if (progress_) {
-      progress_({ScanProgress::Phase::scanning, done_, static_cast<int>(tasks_.size()),
-                 folder.display});
+      progress_({ScanProgress::Phase::scanning, done_, static_cast<int>(tasks_.size()), folder.display,
+                 filesSeen_.load(std::memory_order_relaxed), bytesSeen_.load(std::memory_order_relaxed)});
     }
   }
 
@@ -301,6 +303,9 @@ class Walk {
   std::vector<std::atomic<int64_t>> taskNanos_;
   std::vector<std::optional<TaskResult>> results_;
   std::mutex progressMutex_;
+  // What the listings found so far, for progress only (hard links not yet corrected).
+  std::atomic<int64_t> filesSeen_{0};
+  std::atomic<int64_t> bytesSeen_{0};
   int done_ = 0;
 };
 

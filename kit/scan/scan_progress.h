@@ -1,6 +1,7 @@
 #pragma once
 
 #include <atomic>
+#include <cstdint>
 #include <functional>
 #include <string>
 #include <string_view>
@@ -14,6 +15,8 @@ struct ScanProgress {
   int done = 0;
   int total = 0;
   std::string current;  // the path being worked on
+  int64_t files = 0;    // files listed so far, while scanning
+  int64_t bytes = 0;    // their bytes
 
   // 0.02 planning, 0.03 to 0.93 scanning, 0.95 analyzing, 1 done.
   double fraction() const;

@@ -45,8 +45,11 @@ TEST(Planning, SlowFoldersAreSplitAndTasksStartSlowestFirst) {
       {dir / "a", 2.5}, {dir / "b", 1.9}, {dir / "c", 0.3}, {dir / "d", 0.04}};
 
   std::vector<std::string> finished;
+  std::vector<int64_t> filesSeen;
   const RawScan scan = scanOrFail(configuration, [&](const ScanProgress& progress) {
-    if (progress.phase == ScanProgress::Phase::scanning) finished.push_back(progress.current);
+    if (progress.phase != ScanProgress::Phase::scanning) return;
+    finished.push_back(progress.current);
+    filesSeen.push_back(progress.files);
   });
 
   EXPECT_EQ(scan.taskCount, 5);
@@ -60,6 +63,9 @@ TEST(Planning, SlowFoldersAreSplitAndTasksStartSlowestFirst) {
   // Quick tasks leave no timing; the split folder keeps its old one so it stays split.
   EXPECT_EQ(scan.timings, (TimingMap{{dir / "a", 2.5}}));
   EXPECT_EQ(rootNode(scan, dir).files, 5);
+  // The files listed so far only grow, up to every file once the last task is done.
+  EXPECT_TRUE(std::is_sorted(filesSeen.begin(), filesSeen.end()));
+  EXPECT_EQ(filesSeen.back(), 5);
 }
 
 TEST(Planning, SplitPointsBundlesAndZeroSplitSeconds) {
