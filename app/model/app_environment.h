@@ -1,0 +1,35 @@
+#pragma once
+
+// Everything outside the app that its model reads, writes or asks: the home folder,
+// the data folder, the preferences, the scan's configuration, the Trash and the
+// scheduler. Tests point all of it at a temporary home.
+
+#include <functional>
+#include <memory>
+#include <string>
+
+#include "kit/scan/scan_pipeline.h"
+#include "kit/shell/preferences.h"
+#include "kit/shell/scheduler.h"
+#include "kit/store/store.h"
+#include "kit/trash/trasher.h"
+
+namespace tallyfin::app {
+
+struct AppEnvironment {
+  std::string home;
+  Store store;
+  Preferences preferences;
+  ScanConfiguration configuration;
+  ToolProbeFunction probeTools;
+  std::shared_ptr<Trasher> trasher;
+  // The state of the automatic scan agent for a schedule; it may ask the system.
+  std::function<SchedulerState(Schedule)> scheduleState;
+  // The volume the disk bar and the tray describe.
+  std::string volume = "/";
+
+  // This user's home, data folder, preferences, Trash and timers; the whole disk.
+  static AppEnvironment forThisUser();
+};
+
+}  // namespace tallyfin::app

@@ -1,0 +1,223 @@
+#include "app/model/app_model.h"
+
+#include <algorithm>
+
+#include "app/model/off_main_thread.h"
+#include "kit/cleanup/keep_list.h"
+#include "kit/store/disk_info.h"
+
+namespace tallyfin::app {
+
+AppModel::AppModel(AppEnvironment environment, QObject* parent)
+    : QObject(parent),
+      environment_(std::move(environment)),
+      scanner_(environment_),
+      trash_(environment_.home, TrashService(environment_.home, environment_.store, environment_.trasher)) {
+  const Preferences& preferences = environment_.preferences;
+  showMenuBar_ = preferences.flag(Preferences::Flag::menuBarShow);
+  menuBarShowsFree_ = preferences.flag(Preferences::Flag::menuBarShowFree);
+  hideDockWhenClosed_ = preferences.flag(Preferences::Flag::menuBarHideDock);
+  appearance_ = preferences.appearance();
+
+  connect(&scanner_, &ScanController::eventSent, this, &AppModel::handle);
+  trash_.reportDate = [this]() -> std::optional<double> {
+    const auto& report = scanner_.report();
+    return report ? std::optional(report->date) : std::nullopt;
+  };
+  trash_.onRemovedChange = [this] { recomputeDerived(); };
+  trash_.onMoved = [this](const std::vector<std::string>& moved) { setSelected(moved, false); };
+  trash_.onNotice = [this](const std::string& text, bool success) { setNotice(text, success); };
+}
+
+void AppModel::setRoute(Route route) {
+  if (route == route_) return;
+  route_ = route;
+  emit routeChanged(route);
+}
+
+void AppModel::toggle(const std::string& path) { setSelected({path}, !selection_.contains(path)); }
+
+void AppModel::setSelected(const std::vector<std::string>& paths, bool selected) {
+  bool changed = false;
+  for (const auto& path : paths) {
+    changed |= selected ? selection_.insert(path).second : selection_.erase(path) > 0;
+  }
+  if (changed) emit selectionChanged();
+}
+
+void AppModel::setKept(std::vector<std::string> paths, bool kept) {
+  offMainThread(
+      this,
+      [store = environment_.store, paths, kept]() -> Expected<std::set<std::string>, Error> {
+        std::set<std::string> now = KeepList::paths(store);
+        for (const auto& path : paths) {
+          auto saved = KeepList::set(store, path, kept);
+          if (!saved) return fail(saved.error());
+          now = std::move(saved).value();
+        }
+        return now;
+      },
+      [this, count = paths.size(), paths, kept](Expected<std::set<std::string>, Error> saved) {
+        if (!saved) {
+          setNotice(saved.error().message, false);
+          return;
+        }
+        keep_ = std::move(saved).value();
+        emit keepChanged();
+        if (kept) setSelected(paths, false);
+        recomputeDerived();
+        setNotice(kept ? "Keeping " + itemCount(count) + " \u2014 Tallyfin won't suggest them again."
+                       : "Suggesting " + itemCount(count) + " again.",
+                  true);
+      });
+}
+
+void AppModel::setCleanupFilter(std::optional<Safety> safety, std::optional<CleanupCategory> category) {
+  if (safety == cleanupSafety_ && category == cleanupCategory_) return;
+  cleanupSafety_ = safety;
+  cleanupCategory_ = category;
+  emit filterChanged();
+}
+
+void AppModel::setShowMenuBar(bool show) {
+  if (show == showMenuBar_) return;
+  showMenuBar_ = show;
+  emit menuBarChanged();
+  writePreference([show](const Preferences& p) { return p.setFlag(Preferences::Flag::menuBarShow, show); });
+}
+
+void AppModel::setMenuBarShowsFree(bool show) {
+  if (show == menuBarShowsFree_) return;
+  menuBarShowsFree_ = show;
+  emit menuBarChanged();
+  writePreference([show](const Preferences& p) { return p.setFlag(Preferences::Flag::menuBarShowFree, show); });
+}
+
+void AppModel::setHideDockWhenClosed(bool hide) {
+  if (hide == hideDockWhenClosed_) return;
+  hideDockWhenClosed_ = hide;
+  emit menuBarChanged();
+  writePreference([hide](const Preferences& p) { return p.setFlag(Preferences::Flag::menuBarHideDock, hide); });
+}
+
+void AppModel::setAppearance(Appearance appearance) {
+  if (appearance == appearance_) return;
+  appearance_ = appearance;
+  emit appearanceChanged(appearance);
+  writePreference([appearance](const Preferences& p) { return p.setAppearance(appearance); });
+}
+
+void AppModel::writePreference(std::function<Status(const Preferences&)> write) {
+  offMainThread(
+      this, [preferences = environment_.preferences, write = std::move(write)] { return write(preferences); },
+      [this](Status written) {
+        if (!written) setNotice(written.error().message, false);
+      });
+}
+
+void AppModel::setLaunched() {
+  if (launched_) return;
+  launched_ = true;
+  emit launchedChanged();
+}
+
+void AppModel::setNotice(std::string text, bool success) {
+  notice_ = std::move(text);
+  noticeIsSuccess_ = success;
+  emit noticeChanged();
+}
+
+void AppModel::dismissNotice() {
+  if (!notice_) return;
+  notice_.reset();
+  emit noticeChanged();
+}
+
+void AppModel::handle(const ScanController::Event& event) {
+  using Kind = ScanController::EventKind;
+  batchingUpdates_ = true;
+  const bool newReport = (event.kind == Kind::loaded && event.newReport) || event.kind == Kind::scanned ||
+                         event.kind == Kind::cleared;
+  if (newReport) {
+    if (!selection_.empty()) {
+      selection_.clear();
+      emit selectionChanged();
+    }
+    tools_.reset();
+    trash_.clear();
+  }
+  if (event.kind == Kind::loaded) {
+    if (event.keep != keep_) {
+      keep_ = event.keep;
+      emit keepChanged();
+    }
+    trash_.apply(event.batches);
+    trash_.refresh();
+  }
+  // Another process may have moved things or put them back without a new report.
+  if (event.kind == Kind::folderChanged) trash_.reloadBatches();
+  refreshSystemState();
+  batchingUpdates_ = false;
+  recomputeDerived();
+}
+
+void AppModel::refreshSystemState() {
+  struct State {
+    bool fullDiskAccess;
+    SchedulerState schedule;
+  };
+  offMainThread(
+      this,
+      [environment = environment_] {
+        return State{hasFullDiskAccess(environment.home),
+                     environment.scheduleState ? environment.scheduleState(environment.preferences.schedule())
+                                               : SchedulerState{}};
+      },
+      [this](State state) {
+        fullDiskAccessNow_ = state.fullDiskAccess;
+        scheduleState_ = std::move(state.schedule);
+        emit systemStateChanged();
+      });
+}
+
+void AppModel::recomputeDerived() {
+  if (batchingUpdates_) return;
+  const auto& report = scanner_.report();
+  const HiddenPaths hidden{{keep_.begin(), keep_.end()}, {trash_.removed().begin(), trash_.removed().end()}};
+  cleanup_.clear();
+  if (report) {
+    std::copy_if(report->items.begin(), report->items.end(), std::back_inserter(cleanup_),
+                 [&](const CleanupItem& item) { return !hidden.contains(item.path); });
+  }
+  // A tick on something no longer listed would move it unseen.
+  std::vector<std::string> gone;
+  for (const auto& path : selection_) {
+    if (std::none_of(cleanup_.begin(), cleanup_.end(), [&](const CleanupItem& item) { return item.path == path; })) {
+      gone.push_back(path);
+    }
+  }
+  emit cleanupChanged();
+  setSelected(gone, false);
+}
+
+void AppModel::trashSelection() {
+  std::vector<TrashItem> items;
+  std::string label;
+  for (const auto& item : cleanup_) {
+    if (!selection_.contains(item.path) || !item.trashable) continue;
+    items.push_back({item.path, item.size, TrashItem::Origin::suggestion});
+    label = item.title;
+  }
+  if (items.size() != 1) label = "Cleanup: " + itemCount(items.size());
+  trash_.trash(std::move(items), label);
+}
+
+void AppModel::trashFiles(std::vector<std::pair<std::string, int64_t>> files, std::string label) {
+  std::vector<TrashItem> items;
+  for (auto& [path, size] : files) items.push_back({std::move(path), size, TrashItem::Origin::userChoice});
+  trash_.trash(std::move(items), std::move(label));
+}
+
+void AppModel::undo(const std::string& batchId) { trash_.undo(batchId); }
+
+}  // namespace tallyfin::app

@@ -1,0 +1,131 @@
+#pragma once
+
+// The one model every screen of the app observes: the current screen, the ticked
+// items, the keep list, the settings the app mirrors, the notice banner, and the
+// scan controller, the Trash coordinator and the tool results it owns. All of it
+// is read and written on the main thread.
+
+#include <QObject>
+
+#include <optional>
+#include <set>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "app/model/app_environment.h"
+#include "app/model/route.h"
+#include "app/model/scan_controller.h"
+#include "app/model/tool_results.h"
+#include "app/model/trash_coordinator.h"
+#include "kit/cleanup/cleanup_item.h"
+#include "kit/shell/scheduler.h"
+
+namespace tallyfin::app {
+
+class AppModel : public QObject {
+  Q_OBJECT
+
+ public:
+  // Reads the settings it mirrors at once: the window needs them before it shows.
+  explicit AppModel(AppEnvironment environment, QObject* parent = nullptr);
+
+  ScanController& scanner() { return scanner_; }
+  const ScanController& scanner() const { return scanner_; }
+  TrashCoordinator& trash() { return trash_; }
+  const TrashCoordinator& trash() const { return trash_; }
+  ToolResults& tools() { return tools_; }
+  const std::string& home() const { return environment_.home; }
+  const Store& store() const { return environment_.store; }
+
+  Route route() const { return route_; }
+  void setRoute(Route route);
+
+  // Paths ticked on the cleanup screen.
+  const std::set<std::string>& selection() const { return selection_; }
+  void toggle(const std::string& path);
+  void setSelected(const std::vector<std::string>& paths, bool selected);
+
+  const std::set<std::string>& keep() const { return keep_; }
+  // Adds the paths to keep.json (or takes them out), off the main thread.
+  void setKept(std::vector<std::string> paths, bool kept);
+
+  // The report's suggestions minus what was kept or moved since.
+  const std::vector<CleanupItem>& cleanup() const { return cleanup_; }
+  std::optional<Safety> cleanupSafety() const { return cleanupSafety_; }
+  std::optional<CleanupCategory> cleanupCategory() const { return cleanupCategory_; }
+  void setCleanupFilter(std::optional<Safety> safety, std::optional<CleanupCategory> category);
+
+  const std::optional<SchedulerState>& scheduleState() const { return scheduleState_; }
+  bool fullDiskAccessNow() const { return fullDiskAccessNow_; }
+
+  bool showMenuBar() const { return showMenuBar_; }
+  bool menuBarShowsFree() const { return menuBarShowsFree_; }
+  bool hideDockWhenClosed() const { return hideDockWhenClosed_; }
+  void setShowMenuBar(bool show);
+  void setMenuBarShowsFree(bool show);
+  void setHideDockWhenClosed(bool hide);
+  Appearance appearance() const { return appearance_; }
+  void setAppearance(Appearance appearance);
+
+  // The first window has appeared.
+  bool launched() const { return launched_; }
+  void setLaunched();
+
+  const std::optional<std::string>& notice() const { return notice_; }
+  bool noticeIsSuccess() const { return noticeIsSuccess_; }
+  void setNotice(std::string text, bool success);
+  void dismissNotice();
+
+  bool batchingUpdates() const { return batchingUpdates_; }
+
+  // Reacts to what the scan controller did.
+  void handle(const ScanController::Event& event);
+  // Moves the ticked suggestions that may move to the Trash, as one batch.
+  void trashSelection();
+  // Moves files the user picked (large files), as one batch.
+  void trashFiles(std::vector<std::pair<std::string, int64_t>> files, std::string label);
+  void undo(const std::string& batchId);
+  // Works out the cleanup list again, unless a batch of updates is under way.
+  void recomputeDerived();
+
+ signals:
+  void routeChanged(tallyfin::app::Route route);
+  void selectionChanged();
+  void keepChanged();
+  void cleanupChanged();
+  void filterChanged();
+  void systemStateChanged();
+  void menuBarChanged();
+  void appearanceChanged(tallyfin::Appearance appearance);
+  void launchedChanged();
+  void noticeChanged();
+
+ private:
+  void refreshSystemState();
+  // Writes one preference off the main thread; a failure becomes the notice.
+  void writePreference(std::function<Status(const Preferences&)> write);
+
+  AppEnvironment environment_;
+  ScanController scanner_;
+  TrashCoordinator trash_;
+  ToolResults tools_;
+  Route route_ = Route::overview;
+  std::set<std::string> selection_;
+  std::set<std::string> keep_;
+  std::vector<CleanupItem> cleanup_;
+  std::optional<Safety> cleanupSafety_;
+  std::optional<CleanupCategory> cleanupCategory_;
+  std::optional<SchedulerState> scheduleState_;
+  bool fullDiskAccessNow_ = true;
+  bool showMenuBar_ = true;
+  bool menuBarShowsFree_ = true;
+  bool hideDockWhenClosed_ = false;
+  Appearance appearance_ = Appearance::system;
+  bool launched_ = false;
+  std::optional<std::string> notice_;
+  bool noticeIsSuccess_ = false;
+  bool batchingUpdates_ = false;
+};
+
+}  // namespace tallyfin::app
