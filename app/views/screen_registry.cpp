@@ -1,0 +1,38 @@
+#include "app/views/screen_registry.h"
+
+#include "app/views/cleanup_screen.h"
+#include "app/views/history_screen.h"
+#include "app/views/large_files_screen.h"
+#include "app/views/overview_screen.h"
+#include "app/views/placeholder_screen.h"
+
+namespace tallyfin::app {
+namespace {
+
+template <class Screen>
+ScreenRegistry::Factory factory() {
+  return [](AppModel& model, QWidget* parent) -> QWidget* { return new Screen(model, parent); };
+}
+
+}  // namespace
+
+ScreenRegistry ScreenRegistry::standard() {
+  ScreenRegistry registry;
+  registry.add(Route::overview, factory<OverviewScreen>());
+  registry.add(Route::cleanup, factory<CleanupScreen>());
+  registry.add(Route::largeFiles, factory<LargeFilesScreen>());
+  registry.add(Route::history, factory<HistoryScreen>());
+  return registry;
+}
+
+void ScreenRegistry::add(Route route, Factory factory) { factories_[route] = std::move(factory); }
+
+bool ScreenRegistry::has(Route route) const { return factories_.contains(route); }
+
+QWidget* ScreenRegistry::make(Route route, AppModel& model, QWidget* parent) const {
+  const auto found = factories_.find(route);
+  if (found == factories_.end()) return new PlaceholderScreen(route, parent);
+  return found->second(model, parent);
+}
+
+}  // namespace tallyfin::app

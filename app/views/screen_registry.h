@@ -1,0 +1,33 @@
+#pragma once
+
+// Which widget shows which route. A new screen is one class and one line in
+// `standard()`; routes without one show a placeholder.
+
+#include <QWidget>
+
+#include <functional>
+#include <map>
+
+#include "app/model/route.h"
+
+namespace tallyfin::app {
+
+class AppModel;
+
+class ScreenRegistry {
+ public:
+  using Factory = std::function<QWidget*(AppModel& model, QWidget* parent)>;
+
+  // The screens built so far.
+  static ScreenRegistry standard();
+
+  void add(Route route, Factory factory);
+  bool has(Route route) const;
+  // The route's screen, or its placeholder.
+  QWidget* make(Route route, AppModel& model, QWidget* parent) const;
+
+ private:
+  std::map<Route, Factory> factories_;
+};
+
+}  // namespace tallyfin::app
