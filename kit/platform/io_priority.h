@@ -20,4 +20,9 @@ class LowIoPriority {
 // for the processor and the disk: for runs nobody is waiting for.
 void becomeBackgroundWork();
 
+// Lowers this thread's processor priority a little, and that of every thread it
+// starts from now on, so that a window's main thread gets the processor at once
+// whenever it needs it while this work runs flat out beside it.
+void yieldToInteractiveWork();
+
 }  // namespace tallyfin::platform

@@ -34,4 +34,8 @@ void becomeBackgroundWork() {
   setThreadPriority(IOPRIO_PRIO_VALUE(IOPRIO_CLASS_IDLE, 0));
 }
 
+// Nice 5 weighs about a third of nice 0: enough for the scheduler to run the
+// window's thread first, not enough to slow the scan while the window is idle.
+void yieldToInteractiveWork() { ::setpriority(PRIO_PROCESS, 0, 5); }
+
 }  // namespace tallyfin::platform
