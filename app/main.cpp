@@ -3,19 +3,14 @@
 // arguments to the app already running for this user and exits.
 
 #include <QApplication>
-#include <QIcon>
 
 #include <cstdio>
 #include <string>
 #include <vector>
 
-#include "app/model/app_model.h"
-#include "app/shell/appearance.h"
+#include "app/shell/desktop_app.h"
 #include "app/shell/launch_options.h"
 #include "app/shell/single_instance.h"
-#include "app/views/main_window.h"
-#include "app/views/screen_registry.h"
-#include "app/views/tray_icon.h"
 #include "kit/platform/system_log.h"
 #include "kit/shell/background_agent.h"
 #include "kit/shell/schedule.h"
@@ -33,12 +28,6 @@ std::vector<std::string> stdArguments(const QStringList& arguments) {
   return words;
 }
 
-// Shows the screen the arguments name, in front: for this start and for later ones.
-void follow(const LaunchOptions& options, AppModel& model, MainWindow& window) {
-  if (options.route) model.setRoute(*options.route);
-  window.bringToFront();
-}
-
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -51,7 +40,6 @@ int main(int argc, char** argv) {
   QApplication::setApplicationName("Tallyfin");
   QApplication::setOrganizationDomain("morvek.com");
   QApplication::setDesktopFileName(QString::fromUtf8(kBundleIdentifier.data(), kBundleIdentifier.size()));
-  QApplication::setWindowIcon(QIcon(":/icons/com.morvek.Tallyfin.svg"));
 
   const auto options = parseLaunchOptions(stdArguments(QApplication::arguments()));
   if (!options) {
@@ -75,17 +63,12 @@ int main(int argc, char** argv) {
   if (auto migrated = environment.preferences.migrateLegacyDefaults(Preferences::legacyFile()); !migrated) {
     platform::systemLog(platform::LogLevel::error, migrated.error().message);
   }
-  AppModel model(std::move(environment));
-  const AppearanceFollower appearance(model);
-  MainWindow window(model, ScreenRegistry::standard());
-  const TrayIcon tray(model, window);
-  QObject::connect(&instance, &SingleInstance::argumentsReceived, &window, [&](const QStringList& arguments) {
+  DesktopApp app(std::move(environment));
+  QObject::connect(&instance, &SingleInstance::argumentsReceived, &app.window(), [&](const QStringList& arguments) {
     if (const auto forwarded = parseLaunchOptions(stdArguments(QStringList{"tallyfin-app"} + arguments))) {
-      follow(*forwarded, model, window);
+      app.follow(*forwarded);
     }
   });
-  if (options->route) model.setRoute(*options->route);
-  window.show();
-  model.scanner().load();
+  app.start(*options);
   return QApplication::exec();
 }

@@ -6,6 +6,7 @@
 #include "kit/cleanup/keep_list.h"
 #include "kit/history/history_files.h"
 #include "kit/history/trends.h"
+#include "kit/platform/io_priority.h"
 #include "kit/scan/scan_pipeline.h"
 #include "kit/trash/trash_service.h"
 
@@ -82,8 +83,8 @@ void ScanController::startLoad(bool onlyIfChanged) {
 }
 
 void ScanController::apply(StoreContents contents, EventKind kind) {
-  const auto previousDate = report_ ? std::optional(report_->date) : std::nullopt;
-  const auto newDate = contents.report ? std::optional(contents.report->date) : std::nullopt;
+  const bool newReport = (report_ == nullptr) != (contents.report == nullptr) ||
+                         (report_ && report_->date != contents.report->date);
   report_ = std::move(contents.report);
   history_ = std::move(contents.history);
   folderSamples_ = std::move(contents.folderSamples);
@@ -93,7 +94,7 @@ void ScanController::apply(StoreContents contents, EventKind kind) {
   hasLoaded_ = true;
   emit reportChanged();
   emit diskChanged();
-  emit eventSent(Event{kind, std::move(contents.keep), std::move(contents.batches), previousDate != newDate});
+  emit eventSent(Event{kind, std::move(contents.keep), std::move(contents.batches), newReport});
 }
 
 void ScanController::scan() {
@@ -107,6 +108,7 @@ void ScanController::scan() {
   // The previous scan's thread has delivered its result, so it is done or nearly.
   if (scanThread_.joinable()) scanThread_.join();
   scanThread_ = std::thread([this, environment = environment_, cancel = cancel_] {
+    platform::yieldToInteractiveWork();  // the scanner's workers inherit it
     ProgressThrottle throttle([this](const ScanProgress& progress) {
       QMetaObject::invokeMethod(
           this,
