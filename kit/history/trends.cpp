@@ -4,6 +4,7 @@
 #include <map>
 
 #include "kit/base/saturating.h"
+#include "kit/history/explained.h"
 
 namespace tallyfin::Trends {
 namespace {
@@ -70,15 +71,7 @@ std::vector<FolderTrend> growingFolders(const std::vector<FolderSample>& samples
     trend.perWeek = slopePerDay(points, 0).value_or(0) * 7.0;
     candidates.push_back(std::move(trend));
   }
-  std::vector<FolderTrend> kept;
-  for (const auto& candidate : candidates) {
-    const std::string prefix = candidate.path == "/" ? "/" : candidate.path + "/";
-    const bool explainedByChild = std::any_of(candidates.begin(), candidates.end(), [&](auto& o) {
-      return o.path.size() > prefix.size() && o.path.starts_with(prefix) &&
-             static_cast<double>(o.delta) >= 0.75 * static_cast<double>(candidate.delta);
-    });
-    if (!explainedByChild) kept.push_back(candidate);
-  }
+  std::vector<FolderTrend> kept = withoutExplainedFolders(candidates);
   std::stable_sort(kept.begin(), kept.end(),
                    [](const FolderTrend& a, const FolderTrend& b) { return a.delta > b.delta; });
   if (kept.size() > limit) kept.resize(limit);
