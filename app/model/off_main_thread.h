@@ -1,19 +1,47 @@
 #pragma once
 
 // Disk work for the app's model: it runs on the thread pool, and its result comes
-// back on `context`'s thread, unless `context` is gone by then.
+// back on `context`'s thread, unless `context` is gone by then, in which case the
+// result is dropped. (QFuture::then with a context needs that context to outlive
+// the work in Qt 6.4, which a closing window cannot promise.)
 
-#include <QFuture>
+#include <QMetaObject>
 #include <QObject>
-#include <QtConcurrent/QtConcurrentRun>
+#include <QThreadPool>
 
+#include <memory>
+#include <mutex>
 #include <utility>
 
 namespace tallyfin::app {
 
 template <class Work, class Done>
 void offMainThread(QObject* context, Work work, Done done) {
-  QtConcurrent::run(std::move(work)).then(context, std::move(done));
+  // Cleared by the context's own destruction, under the same lock as the hand-back,
+  // so a result is only ever posted to a living object.
+  struct Target {
+    std::mutex lock;
+    QObject* object = nullptr;
+    QMetaObject::Connection watch;
+  };
+  auto target = std::make_shared<Target>();
+  target->object = context;
+  target->watch = QObject::connect(context, &QObject::destroyed, [target] {
+    const std::lock_guard guard(target->lock);
+    target->object = nullptr;
+  });
+  QThreadPool::globalInstance()->start([target, work = std::move(work), done = std::move(done)]() mutable {
+    auto result = std::make_shared<decltype(work())>(work());
+    const std::lock_guard guard(target->lock);
+    if (!target->object) return;
+    QMetaObject::invokeMethod(
+        target->object,
+        [target, done = std::move(done), result]() mutable {
+          QObject::disconnect(target->watch);
+          done(std::move(*result));
+        },
+        Qt::QueuedConnection);
+  });
 }
 
 }  // namespace tallyfin::app

@@ -64,11 +64,13 @@ QPalette AppearanceFollower::lightPalette() {
 
 QPalette AppearanceFollower::darkPalette() {
   QPalette palette;
-  const QColor window(40, 42, 46), base(30, 31, 34), text(228, 228, 230), disabled(128, 128, 132);
+  // Lists a shade lighter than the window: the style outlines check boxes with a
+  // darkened window colour, which must stand out against the list behind them.
+  const QColor window(37, 39, 43), base(50, 52, 57), text(228, 228, 230), disabled(128, 128, 132);
   palette.setColor(QPalette::Window, window);
   palette.setColor(QPalette::WindowText, text);
   palette.setColor(QPalette::Base, base);
-  palette.setColor(QPalette::AlternateBase, QColor(36, 37, 41));
+  palette.setColor(QPalette::AlternateBase, QColor(56, 58, 64));
   palette.setColor(QPalette::ToolTipBase, window.lighter(130));
   palette.setColor(QPalette::ToolTipText, text);
   palette.setColor(QPalette::PlaceholderText, disabled);

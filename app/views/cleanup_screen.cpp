@@ -173,6 +173,7 @@ CleanupScreen::CleanupScreen(AppModel& model, QWidget* parent)
   });
   tree_->expandAll();
   refresh();
+  showCurrent();
   undo_->setEnabled(batches_->rowCount() > 0);
 }
 

@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
 
 #include "app/views/colors.h"
 #include "app/views/text.h"
@@ -56,19 +57,26 @@ void HistoryChart::relayout() {
   layout_.plot = QRectF(kLeftMargin, kTopMargin, std::max(10.0, width() - kLeftMargin - kRightMargin),
                         std::max(10.0, height() - kTopMargin - kBottomMargin));
   if (history_.empty()) return;
-  int64_t top = 1;
-  for (const auto& entry : history_) top = std::max({top, entry.used, entry.used + entry.free});
+  int64_t top = 1, lowest = INT64_MAX;
+  for (const auto& entry : history_) {
+    top = std::max({top, entry.used, entry.used + entry.free});
+    lowest = std::min(lowest, entry.used);
+  }
+  // From a little below the least used space up to the disk's size: a change of a
+  // few gigabytes stays visible, and so does how much room is left.
   layout_.top = static_cast<double>(top);
+  layout_.bottom = std::max(0.0, static_cast<double>(lowest) - (layout_.top - static_cast<double>(lowest)) * 0.25);
+  const double range = std::max(layout_.top - layout_.bottom, 1.0);
   const double first = history_.front().date;
   const double span = std::max(history_.back().date - first, 1.0);
   const QRectF& plot = layout_.plot;
   for (const auto& entry : history_) {
     const double x = history_.size() == 1 ? plot.center().x() : plot.left() + plot.width() * (entry.date - first) / span;
-    const double y = plot.bottom() - plot.height() * static_cast<double>(entry.used) / layout_.top;
+    const double y = plot.bottom() - plot.height() * (static_cast<double>(entry.used) - layout_.bottom) / range;
     layout_.points.emplace_back(x, y);
   }
   const HistoryEntry& last = history_.back();
-  layout_.capacityY = plot.bottom() - plot.height() * static_cast<double>(last.used + last.free) / layout_.top;
+  layout_.capacityY = plot.bottom() - plot.height() * (static_cast<double>(last.used + last.free) - layout_.bottom) / range;
 }
 
 const HistoryEntry* HistoryChart::entryNear(double x) const {
@@ -107,7 +115,7 @@ void HistoryChart::paintEvent(QPaintEvent*) {
     painter.setPen(QPen(colors.color(QPalette::Midlight), 1));
     painter.drawLine(QPointF(plot.left(), y), QPointF(plot.right(), y));
     painter.setPen(colors.color(QPalette::WindowText));
-    const QString label = bytesText(static_cast<int64_t>(layout_.top * share));
+    const QString label = bytesText(static_cast<int64_t>(layout_.bottom + (layout_.top - layout_.bottom) * share));
     painter.drawText(QRectF(0, y - 10, kLeftMargin - 8, 20), Qt::AlignRight | Qt::AlignVCenter, label);
   }
   if (layout_.points.empty()) {

@@ -36,7 +36,8 @@ class HistoryChart : public QWidget {
     QRectF plot;
     std::vector<QPointF> points;  // one per entry, in order
     double capacityY = 0;
-    double top = 0;  // bytes at the plot's top edge
+    double top = 0;     // bytes at the plot's top edge
+    double bottom = 0;  // bytes at its bottom edge
   };
   void relayout();
 

@@ -10,6 +10,7 @@
 #include "app/views/screen_parts.h"
 #include "app/views/text.h"
 #include "kit/base/clock.h"
+#include "kit/history/explained.h"
 #include "kit/history/trends.h"
 
 namespace tallyfin::app {
@@ -117,8 +118,9 @@ void HistoryScreen::showChanges() {
   const ChangeSummary& summary = *report->changes;
   changesLine_->setText("Since the scan of " + dateText(summary.since) + ", used space changed by " +
                         signedBytesText(summary.usedDelta) + ".");
-  for (size_t i = 0; i < summary.items.size() && i < kChangesShown; ++i) {
-    const Change& change = summary.items[i];
+  const std::vector<Change> shown = withoutExplainedFolders(summary.items);
+  for (size_t i = 0; i < shown.size() && i < kChangesShown; ++i) {
+    const Change& change = shown[i];
     auto* row = new QTreeWidgetItem(changes_, {pathText(change.path, report->home), signedBytesText(change.delta),
                                                bytesText(change.after), statusText(change.status)});
     row->setTextAlignment(1, Qt::AlignRight | Qt::AlignVCenter);

@@ -48,6 +48,10 @@ LargeFilesScreen::LargeFilesScreen(AppModel& model, QWidget* parent)
   table_->setSelectionBehavior(QAbstractItemView::SelectRows);
   table_->setSelectionMode(QAbstractItemView::ExtendedSelection);
   table_->setAlternatingRowColors(true);
+  table_->setWordWrap(false);
+  table_->setTextElideMode(Qt::ElideMiddle);
+  table_->verticalHeader()->setSectionResizeMode(QHeaderView::Fixed);
+  table_->verticalHeader()->setDefaultSectionSize(fontMetrics().height() + 8);
   table_->verticalHeader()->hide();
   table_->setCornerButtonEnabled(false);
   table_->horizontalHeader()->setSectionResizeMode(LargeFilesModel::name, QHeaderView::Stretch);
