@@ -66,7 +66,8 @@ void AppModel::setKept(std::vector<std::string> paths, bool kept) {
         emit keepChanged();
         if (kept) setSelected(paths, false);
         recomputeDerived();
-        setNotice(kept ? "Keeping " + itemCount(count) + " \u2014 Tallyfin won't suggest them again."
+        const std::string them = count == 1 ? "it" : "them";
+        setNotice(kept ? "Keeping " + itemCount(count) + " \u2014 Tallyfin won't suggest " + them + " again."
                        : "Suggesting " + itemCount(count) + " again.",
                   true);
       });

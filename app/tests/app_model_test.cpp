@@ -104,7 +104,7 @@ TEST_F(ScannedHome, KeepingHidesAnItemAndUnkeepingBringsItBack) {
   EXPECT_EQ(KeepList::paths(home.store()), std::set<std::string>{pip});
   EXPECT_FALSE(listed(pip));
   EXPECT_TRUE(model.selection().empty());
-  EXPECT_EQ(*model.notice(), "Keeping 1 item \u2014 Tallyfin won't suggest them again.");
+  EXPECT_EQ(*model.notice(), "Keeping 1 item \u2014 Tallyfin won't suggest it again.");
 
   model.setKept({pip}, false);
   ASSERT_TRUE(eventually([&] { return model.keep().empty(); }));
