@@ -14,6 +14,9 @@ AppHome::AppHome() {
   allocateFile(home_ / ".npm/_cacache/content/blob", 14 << 20);
   allocateFile(home_ / ".cache/huggingface/hub/models--tiny/blob", 11 << 20);
   allocateFile(home_ / "Videos/holiday.mkv", 110 << 20);
+  // The runtime folder children get: the user's alone, as the system makes it.
+  tallyfin::testing::makeFolder(home_ / "run");
+  tallyfin::testing::setMode(home_ / "run", 0700);
 }
 
 AppEnvironment AppHome::environment() const {

@@ -19,8 +19,8 @@ using tallyfin::testing::TempHome;
 
 class AppHome {
  public:
-  // pip and npm caches (suggested, Safe), a Hugging Face model (Review) and one
-  // large video.
+  // pip and npm caches (suggested, Safe), a Hugging Face model (Review), one
+  // large video, and the runtime folder "run".
   AppHome();
 
   const std::string& path() const { return home_.path(); }

@@ -42,8 +42,6 @@ TEST(LaunchOptions, RouteNamesHelpAndMistakes) {
 
 TEST(SingleInstance, ALaterStartHandsItsArgumentsToTheRunningAppAndEnds) {
   AppHome home;
-  tallyfin::testing::makeFolder(home / "run");
-  tallyfin::testing::setMode(home / "run", 0700);  // a runtime folder is the user's alone
   qputenv("XDG_RUNTIME_DIR", QByteArray::fromStdString(home / "run"));
   SingleInstance running;
   ASSERT_EQ(running.start({}), SingleInstance::Role::primary);
@@ -64,8 +62,6 @@ TEST(SingleInstance, ALaterStartHandsItsArgumentsToTheRunningAppAndEnds) {
 
 TEST(SingleInstance, AStaleSocketIsReplaced) {
   AppHome home;
-  tallyfin::testing::makeFolder(home / "run");
-  tallyfin::testing::setMode(home / "run", 0700);  // a runtime folder is the user's alone
   qputenv("XDG_RUNTIME_DIR", QByteArray::fromStdString(home / "run"));
   // What an app that crashed leaves: something at the path that nobody answers on.
   tallyfin::testing::writeFile(home / "run/com.morvek.Tallyfin.socket");

@@ -16,7 +16,8 @@ void showInFolder(const std::string& path) {
   const QUrl folder = QUrl::fromLocalFile(qstr(parentPath(path)));
   QDBusMessage call = QDBusMessage::createMethodCall("org.freedesktop.FileManager1", "/org/freedesktop/FileManager1",
                                                      "org.freedesktop.FileManager1", "ShowItems");
-  call << QStringList{QUrl::fromLocalFile(qstr(path)).toString()} << QString();
+  // A URI as the interface wants it: percent-encoded, not the readable form.
+  call << QStringList{QString::fromLatin1(QUrl::fromLocalFile(qstr(path)).toEncoded())} << QString();
   // Asked without waiting: a file manager that is slow to start never stalls the window.
   auto* watcher = new QDBusPendingCallWatcher(QDBusConnection::sessionBus().asyncCall(call));
   QObject::connect(watcher, &QDBusPendingCallWatcher::finished, [folder](QDBusPendingCallWatcher* finished) {
