@@ -56,13 +56,6 @@ const CleanupItem* CleanupTreeModel::itemAt(const QModelIndex& index) const {
   return &model_.cleanup()[group.items[static_cast<size_t>(index.row())]];
 }
 
-QModelIndex CleanupTreeModel::indexOf(CleanupCategory category) const {
-  for (size_t g = 0; g < groups_.size(); ++g) {
-    if (groups_[g].category == category) return index(static_cast<int>(g), title);
-  }
-  return {};
-}
-
 QModelIndex CleanupTreeModel::indexOf(const std::string& path) const {
   const auto& items = model_.cleanup();
   for (size_t g = 0; g < groups_.size(); ++g) {

@@ -27,8 +27,6 @@ class CleanupTreeModel : public QAbstractItemModel {
 
   // The suggestion a row shows; none for a category row.
   const CleanupItem* itemAt(const QModelIndex& index) const;
-  // The category row of `category`, if it has items under the filters.
-  QModelIndex indexOf(CleanupCategory category) const;
   // The row of the suggestion at `path`, if listed.
   QModelIndex indexOf(const std::string& path) const;
 

@@ -30,8 +30,6 @@ class MainWindow : public QMainWindow {
   // The route's screen, made now if it was not shown yet.
   QWidget* screen(Route route);
   QListWidget* sidebar() const { return sidebar_; }
-  QAction* scanAction() const { return scan_; }
-  QAction* cancelAction() const { return cancel_; }
 
   // Whether closing the window leaves the app running in the tray.
   void setStaysInTray(bool stays) { staysInTray_ = stays; }

@@ -27,8 +27,6 @@ ScreenRegistry ScreenRegistry::standard() {
 
 void ScreenRegistry::add(Route route, Factory factory) { factories_[route] = std::move(factory); }
 
-bool ScreenRegistry::has(Route route) const { return factories_.contains(route); }
-
 QWidget* ScreenRegistry::make(Route route, AppModel& model, QWidget* parent) const {
   const auto found = factories_.find(route);
   if (found == factories_.end()) return new PlaceholderScreen(route, parent);

@@ -22,7 +22,6 @@ class ScreenRegistry {
   static ScreenRegistry standard();
 
   void add(Route route, Factory factory);
-  bool has(Route route) const;
   // The route's screen, or its placeholder.
   QWidget* make(Route route, AppModel& model, QWidget* parent) const;
 

@@ -27,7 +27,6 @@ class SegmentBar : public QWidget {
 
   // `total` may exceed the parts' sum; the rest stays empty (space the disk reserves).
   void setSegments(std::vector<Segment> segments, int64_t total);
-  const std::vector<Segment>& segments() const { return segments_; }
   QColor colorOf(const Segment& segment) const;
 
   QSize sizeHint() const override;

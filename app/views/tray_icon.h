@@ -24,7 +24,6 @@ class TrayIcon : public QObject {
 
   // Whether the icon is in a tray now: the setting asks for it and the desktop has one.
   bool isShown() const;
-  QMenu* menu() { return &menu_; }
   QString toolTip() const { return tray_.toolTip(); }
 
   // "79G", "1.2T", "850M": free space short enough for a tray icon.
