@@ -1,7 +1,6 @@
 #include "cli/update_command.h"
 
 #include <cstdio>
-
 #include <nlohmann/json.hpp>
 
 #include "cli/command_support.h"
@@ -12,7 +11,6 @@
 #include "kit/platform/package_installer.h"
 #include "kit/store/format.h"
 #include "kit/update/package_download.h"
-#include "kit/update/this_version.h"
 #include "kit/update/update_checker.h"
 #endif
 
@@ -47,9 +45,12 @@ std::string_view statusName(UpdateCheck::Outcome outcome) {
 }
 
 json releaseJson(const ReleaseFeed& release) {
-  return {{"version", release.version.text()},  {"date", release.date},
-          {"notes", release.notes},             {"package_url", release.packageUrl},
-          {"package_sha256", release.packageSha256}, {"package_size", release.packageSize}};
+  return {{"version", release.version.text()},
+          {"date", release.date},
+          {"notes", release.notes},
+          {"package_url", release.packageUrl},
+          {"package_sha256", release.packageSha256},
+          {"package_size", release.packageSize}};
 }
 
 std::string feedArgument(const Options& options) {
@@ -74,8 +75,10 @@ int check(const Options& options, const UpdateChecker& checker) {
     print(answer.dump(2) + "\n");
   } else if (newer) {
     const ReleaseFeed& release = *result->release;
-    print(result->message + " Released " + release.date + ".\n\n" + std::string(trimmed(release.notes)) +
-          "\n\nDownload and verify it with: tallyfin update --download" + feedArgument(options) + "\n");
+    print(result->message + " Released " + release.date + ".\n\n" +
+          std::string(trimmed(release.notes)) +
+          "\n\nDownload and verify it with: tallyfin update --download" + feedArgument(options) +
+          "\n");
   } else {
     print(result->message + "\n");
   }
@@ -94,8 +97,8 @@ int download(const Options& options, const UpdateChecker& checker) {
                        : result->message + " Nothing to download.\n");
     return kUpToDate;
   }
-  const auto package =
-      DownloadedPackage::fetch(*result->release, platform::downloadFolder(), checker.settings().timeoutSeconds);
+  const auto package = DownloadedPackage::fetch(*result->release, platform::downloadFolder(),
+                                                checker.settings().timeoutSeconds);
   if (!package) {
     diagnose(package.error().message);
     return kFailed;
@@ -112,8 +115,9 @@ int download(const Options& options, const UpdateChecker& checker) {
               .dump(2) +
           "\n");
   } else {
-    print("Tallyfin " + package->version() + " is downloaded and verified (" + Format::bytes(package->size()) +
-          ", SHA-256 as signed):\n" + package->path() + "\nInstall it with:\n  " + command + "\n");
+    print("Tallyfin " + package->version() + " is downloaded and verified (" +
+          Format::bytes(package->size()) + ", SHA-256 as signed):\n" + package->path() +
+          "\nInstall it with:\n  " + command + "\n");
   }
   return kUpToDate;
 }
@@ -146,13 +150,15 @@ int updateTallyfin(const Options& options, const Preferences&) {
     return kUpToDate;
   }
   const std::string message =
-      "This Tallyfin comes from your distribution, whose package manager brings its updates — Tallyfin does not "
+      "This Tallyfin comes from your distribution, whose package manager brings its updates — "
+      "Tallyfin does not "
       "look for them itself.";
   if (options.download) {
     diagnose(message);
     return kFailed;
   }
-  print(options.json ? json{{"status", "from_distribution"}, {"message", message}}.dump(2) + "\n" : message + "\n");
+  print(options.json ? json{{"status", "from_distribution"}, {"message", message}}.dump(2) + "\n"
+                     : message + "\n");
   return kUpToDate;
 }
 

@@ -19,9 +19,9 @@ std::string downloadFolder();
 class PackageInstaller {
  public:
   struct Setup {
-    std::string pkexec;   // empty when there is none
-    std::string aptGet;   // empty when there is none
-    std::string xdgOpen;  // empty when there is none
+    std::string pkexec;                    // empty when there is none
+    std::string aptGet;                    // empty when there is none
+    std::string xdgOpen;                   // empty when there is none
     std::vector<std::string> environment;  // for the installer ("NAME=value")
     double timeoutSeconds = 3'600;         // the user may take a while to answer
   };

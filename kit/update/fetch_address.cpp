@@ -23,7 +23,8 @@ OwnedText part(CURLU* handle, CURLUPart which) {
 
 bool isLoopback(std::string host) {
   if (lowercased(host) == "localhost") return true;
-  if (host.size() > 2 && host.front() == '[' && host.back() == ']') host = host.substr(1, host.size() - 2);
+  if (host.size() > 2 && host.front() == '[' && host.back() == ']')
+    host = host.substr(1, host.size() - 2);
   in_addr v4;
   if (::inet_pton(AF_INET, host.c_str(), &v4) == 1) return (ntohl(v4.s_addr) >> 24) == 127;
   in6_addr v6;
@@ -40,15 +41,17 @@ Expected<FetchAddress, Error> FetchAddress::check(std::string_view url) {
   }
   const OwnedText scheme = part(handle.get(), CURLUPART_SCHEME);
   const OwnedText host = part(handle.get(), CURLUPART_HOST);
-  if (!scheme || !host) return fail(Error{given + " is not a web address — give one that starts with https://."});
+  if (!scheme || !host)
+    return fail(Error{given + " is not a web address — give one that starts with https://."});
   const std::string schemeName = lowercased(scheme.get());
   const bool loopback = isLoopback(host.get());
   if (schemeName == "https") return FetchAddress{given, loopback};
   if (schemeName == "http" && loopback) return FetchAddress{given, true};
   if (schemeName == "http") {
-    return fail(Error{given +
-                      " uses plain http, which is accepted only for this computer's own address (127.0.0.1, ::1, "
-                      "localhost) — use https."});
+    return fail(Error{
+        given +
+        " uses plain http, which is accepted only for this computer's own address (127.0.0.1, ::1, "
+        "localhost) — use https."});
   }
   return fail(Error{given + " is not an https address — updates are fetched over HTTPS only."});
 }

@@ -2,7 +2,8 @@
 
 namespace tallyfin {
 
-Status handToInstaller(const DownloadedPackage& package, const platform::PackageInstaller& installer) {
+Status handToInstaller(const DownloadedPackage& package,
+                       const platform::PackageInstaller& installer) {
   if (auto intact = package.stillIntact(); !intact) return intact;
   return installer.install(package.path());
 }

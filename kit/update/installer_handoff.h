@@ -8,6 +8,7 @@ namespace tallyfin {
 
 // Hands a verified download to the system's installer, once its bytes are checked
 // again to be the verified ones; the user's own "install" is the only caller.
-Status handToInstaller(const DownloadedPackage& package, const platform::PackageInstaller& installer);
+Status handToInstaller(const DownloadedPackage& package,
+                       const platform::PackageInstaller& installer);
 
 }  // namespace tallyfin

@@ -16,8 +16,8 @@ class DownloadedPackage {
   // Fetches the package of `release` into `folder` (made 0700 when missing). A
   // file already there that matches is kept as it is; nothing that does not match
   // is ever written.
-  static Expected<DownloadedPackage, Error> fetch(const ReleaseFeed& release, const std::string& folder,
-                                                  double timeoutSeconds);
+  static Expected<DownloadedPackage, Error> fetch(const ReleaseFeed& release,
+                                                  const std::string& folder, double timeoutSeconds);
 
   const std::string& path() const { return path_; }
   const std::string& version() const { return version_; }

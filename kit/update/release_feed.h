@@ -31,8 +31,8 @@ struct ReleaseFeed {
 
   // The release of `bytes` once `signature` proves that `key` signed them; `source`
   // names where they came from in the messages.
-  static Expected<ReleaseFeed, Error> open(std::string_view bytes, std::string_view signature, const PublicKey& key,
-                                           std::string_view source);
+  static Expected<ReleaseFeed, Error> open(std::string_view bytes, std::string_view signature,
+                                           const PublicKey& key, std::string_view source);
 };
 
 }  // namespace tallyfin

@@ -8,7 +8,8 @@ namespace tallyfin {
 namespace {
 
 bool isDigits(std::string_view text) {
-  return !text.empty() && std::all_of(text.begin(), text.end(), [](char c) { return c >= '0' && c <= '9'; });
+  return !text.empty() &&
+         std::all_of(text.begin(), text.end(), [](char c) { return c >= '0' && c <= '9'; });
 }
 
 bool isIdentifier(std::string_view text) {
@@ -18,7 +19,9 @@ bool isIdentifier(std::string_view text) {
 }
 
 // Numbers without a leading zero, so that one value has one spelling.
-bool isNumber(std::string_view text) { return isDigits(text) && (text.size() == 1 || text[0] != '0'); }
+bool isNumber(std::string_view text) {
+  return isDigits(text) && (text.size() == 1 || text[0] != '0');
+}
 
 // Digits of any length compared as the numbers they are.
 std::strong_ordering compareNumbers(std::string_view a, std::string_view b) {
@@ -30,7 +33,8 @@ std::strong_ordering compareNumbers(std::string_view a, std::string_view b) {
 std::strong_ordering compareIdentifiers(std::string_view a, std::string_view b) {
   const bool aNumber = isDigits(a), bNumber = isDigits(b);
   if (aNumber && bNumber) return compareNumbers(a, b);
-  if (aNumber != bNumber) return aNumber ? std::strong_ordering::less : std::strong_ordering::greater;
+  if (aNumber != bNumber)
+    return aNumber ? std::strong_ordering::less : std::strong_ordering::greater;
   return a.compare(b) <=> 0;
 }
 
@@ -53,12 +57,14 @@ std::optional<SemanticVersion> SemanticVersion::parse(std::string_view text) {
   if (const size_t dash = rest.find('-'); dash != std::string_view::npos) {
     preRelease = pieces(rest.substr(dash + 1));
     for (const auto& identifier : preRelease) {
-      if (!isIdentifier(identifier) || (isDigits(identifier) && !isNumber(identifier))) return std::nullopt;
+      if (!isIdentifier(identifier) || (isDigits(identifier) && !isNumber(identifier)))
+        return std::nullopt;
     }
     rest = rest.substr(0, dash);
   }
   auto release = pieces(rest);
-  if (release.size() != 3 || !std::all_of(release.begin(), release.end(), isNumber)) return std::nullopt;
+  if (release.size() != 3 || !std::all_of(release.begin(), release.end(), isNumber))
+    return std::nullopt;
   SemanticVersion version;
   version.text_ = std::string(text);
   version.release_ = std::move(release);
@@ -76,7 +82,8 @@ std::strong_ordering SemanticVersion::operator<=>(const SemanticVersion& other) 
   }
   const size_t common = std::min(preRelease_.size(), other.preRelease_.size());
   for (size_t i = 0; i < common; ++i) {
-    if (const auto order = compareIdentifiers(preRelease_[i], other.preRelease_[i]); order != 0) return order;
+    if (const auto order = compareIdentifiers(preRelease_[i], other.preRelease_[i]); order != 0)
+      return order;
   }
   return preRelease_.size() <=> other.preRelease_.size();
 }

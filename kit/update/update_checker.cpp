@@ -40,9 +40,10 @@ Expected<UpdateSettings, Error> UpdateSettings::forThisBuild() {
   if (const char* hex = std::getenv(kTestKeyVariable)) {
     const auto key = keyFromHex(hex);
     if (!key) {
-      return fail(Error{std::string(kTestKeyVariable) +
-                        " is set but is not an Ed25519 public key in 64 hex digits — unset it to use Tallyfin's "
-                        "release key."});
+      return fail(Error{
+          std::string(kTestKeyVariable) +
+          " is set but is not an Ed25519 public key in 64 hex digits — unset it to use Tallyfin's "
+          "release key."});
     }
     settings.publicKey = *key;
     settings.localOnly = true;
@@ -52,11 +53,15 @@ Expected<UpdateSettings, Error> UpdateSettings::forThisBuild() {
 
 Expected<ReleaseFeed, Error> UpdateChecker::latestRelease() const {
   if (settings_.feedUrl.empty()) {
-    return fail(Error{"This build of Tallyfin names no release feed — give the address of one to check against."});
+    return fail(
+        Error{"This build of Tallyfin names no release feed — give the address of one to check "
+              "against."});
   }
   if (settings_.localOnly && !onThisComputer(settings_.feedUrl)) {
-    return fail(Error{"The key in " + std::string(UpdateSettings::kTestKeyVariable) + " is trusted only for a feed on "
-                      "this computer, not " + settings_.feedUrl + " — unset it to use Tallyfin's release key."});
+    return fail(Error{"The key in " + std::string(UpdateSettings::kTestKeyVariable) +
+                      " is trusted only for a feed on "
+                      "this computer, not " +
+                      settings_.feedUrl + " — unset it to use Tallyfin's release key."});
   }
   const FetchLimits feedLimits{ReleaseFeed::kLargestFeed, settings_.timeoutSeconds, true};
   auto feed = fetchText(settings_.feedUrl, feedLimits, "the release feed");
@@ -89,12 +94,13 @@ Expected<UpdateCheck, Error> UpdateChecker::checkNow(double now) const {
   const SemanticVersion& offered = release->version;
   if (offered > *current) {
     check.outcome = UpdateCheck::Outcome::available;
-    check.message = "Tallyfin " + offered.text() + " is available (this is " + current->text() + ").";
+    check.message =
+        "Tallyfin " + offered.text() + " is available (this is " + current->text() + ").";
   } else if (offered == *current) {
     check.message = "Tallyfin " + current->text() + " is up to date.";
   } else {
-    check.message = "The release feed offers " + offered.text() + ", older than this Tallyfin " + current->text() +
-                    " — no downgrade is offered.";
+    check.message = "The release feed offers " + offered.text() + ", older than this Tallyfin " +
+                    current->text() + " — no downgrade is offered.";
   }
   check.release = std::move(*release);
   return check;
@@ -106,18 +112,21 @@ Expected<UpdateCheck, Error> UpdateChecker::checkIfDue(double now) const {
                        "Automatic update checks are turned off in the preferences.", std::nullopt};
   }
   // A last check in the future means the clock was wrong then or is now: check.
-  if (const auto last = preferences_.lastUpdateCheck(); last && *last <= now && now - *last < kInterval) {
-    return UpdateCheck{UpdateCheck::Outcome::notDue, std::nullopt,
-                       "Tallyfin checked for updates less than a day ago; the next check is due at " +
-                           Format::isoDate(static_cast<int64_t>(*last + kInterval)) + ".",
-                       std::nullopt};
+  if (const auto last = preferences_.lastUpdateCheck();
+      last && *last <= now && now - *last < kInterval) {
+    return UpdateCheck{
+        UpdateCheck::Outcome::notDue, std::nullopt,
+        "Tallyfin checked for updates less than a day ago; the next check is due at " +
+            Format::isoDate(static_cast<int64_t>(*last + kInterval)) + ".",
+        std::nullopt};
   }
   auto check = checkNow(now);
   if (!check || check->outcome != UpdateCheck::Outcome::available) return check;
   const auto skipped = SemanticVersion::parse(preferences_.skippedVersion());
   if (skipped && *skipped == check->release->version) {
     check->outcome = UpdateCheck::Outcome::skipped;
-    check->message = "Tallyfin " + skipped->text() + " is available, but it was skipped; check by hand to see it.";
+    check->message = "Tallyfin " + skipped->text() +
+                     " is available, but it was skipped; check by hand to see it.";
   }
   return check;
 }

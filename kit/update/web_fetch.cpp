@@ -16,25 +16,20 @@ namespace {
 using Reason = FetchError::Reason;
 
 struct Transfer {
-  const FetchSink* sink;
   int64_t maxBytes;
-  int64_t received = 0;
+  std::string body;
   bool overCap = false;
-  bool stopped = false;
 };
 
+// Bodies without an announced length are held to the cap as they arrive.
 size_t receive(char* data, size_t size, size_t count, void* user) {
   auto& transfer = *static_cast<Transfer*>(user);
   const size_t bytes = size * count;
-  if (transfer.received + static_cast<int64_t>(bytes) > transfer.maxBytes) {
+  if (static_cast<int64_t>(transfer.body.size() + bytes) > transfer.maxBytes) {
     transfer.overCap = true;
     return CURL_WRITEFUNC_ERROR;
   }
-  transfer.received += static_cast<int64_t>(bytes);
-  if (!(*transfer.sink)(std::string_view(data, bytes))) {
-    transfer.stopped = true;
-    return CURL_WRITEFUNC_ERROR;
-  }
+  transfer.body.append(data, bytes);
   return bytes;
 }
 
@@ -45,7 +40,8 @@ void initialiseOnce() {
 
 // "the release feed" as the start of a sentence.
 std::string sentenceStart(std::string text) {
-  if (!text.empty() && text[0] >= 'a' && text[0] <= 'z') text[0] = static_cast<char>(text[0] - 'a' + 'A');
+  if (!text.empty() && text[0] >= 'a' && text[0] <= 'z')
+    text[0] = static_cast<char>(text[0] - 'a' + 'A');
   return text;
 }
 
@@ -57,10 +53,9 @@ FetchError explain(CURLcode code, CURL* curl, const Transfer& transfer, const Fe
                    const std::string& what, const std::string& url) {
   const std::string at = what + " at " + url;
   if (transfer.overCap || code == CURLE_FILESIZE_EXCEEDED) {
-    return {Reason::tooLarge, sentenceStart(at) + " is larger than " + Format::bytes(limits.maxBytes) +
-                                  " — it was not kept."};
+    return {Reason::tooLarge, sentenceStart(at) + " is larger than " +
+                                  Format::bytes(limits.maxBytes) + " — it was not kept."};
   }
-  if (transfer.stopped) return {Reason::stopped, sentenceStart(at) + " could not be kept — nothing was changed."};
   switch (code) {
     case CURLE_COULDNT_RESOLVE_HOST:
     case CURLE_COULDNT_RESOLVE_PROXY:
@@ -68,7 +63,8 @@ FetchError explain(CURLcode code, CURL* curl, const Transfer& transfer, const Fe
       return {Reason::unreachable, "Could not reach " + url + " for " + what +
                                        " — check the network connection and try again."};
     case CURLE_OPERATION_TIMEDOUT:
-      return {Reason::timedOut, sentenceStart(at) + " did not arrive within " + seconds(limits.seconds) +
+      return {Reason::timedOut, sentenceStart(at) + " did not arrive within " +
+                                    seconds(limits.seconds) +
                                     " — check the network connection and try again."};
     case CURLE_PARTIAL_FILE:
     case CURLE_RECV_ERROR:
@@ -77,32 +73,36 @@ FetchError explain(CURLcode code, CURL* curl, const Transfer& transfer, const Fe
     case CURLE_HTTP_RETURNED_ERROR: {
       long status = 0;
       curl_easy_getinfo(curl, CURLINFO_RESPONSE_CODE, &status);
-      return {Reason::httpStatus, "The server answered HTTP " + std::to_string(status) + " for " + at +
-                                      " — check the address, or try again later."};
+      return {Reason::httpStatus, "The server answered HTTP " + std::to_string(status) + " for " +
+                                      at + " — check the address, or try again later."};
     }
     case CURLE_UNSUPPORTED_PROTOCOL:
     case CURLE_TOO_MANY_REDIRECTS: {
       char* next = nullptr;
       curl_easy_getinfo(curl, CURLINFO_REDIRECT_URL, &next);
-      return {Reason::redirect, sentenceStart(at) + " redirected to " + (next ? std::string(next) : "another address") +
-                                    ", which is refused — updates follow redirects only to https addresses."};
+      return {Reason::redirect,
+              sentenceStart(at) + " redirected to " +
+                  (next ? std::string(next) : "another address") +
+                  ", which is refused — updates follow redirects only to https addresses."};
     }
     default:
-      return {Reason::other, "Could not fetch " + at + " (" + curl_easy_strerror(code) + ") — try again later."};
+      return {Reason::other,
+              "Could not fetch " + at + " (" + curl_easy_strerror(code) + ") — try again later."};
   }
 }
 
 }  // namespace
 
-Expected<int64_t, FetchError> fetchInto(std::string_view url, const FetchLimits& limits, std::string_view what,
-                                        const FetchSink& sink) {
+Expected<std::string, FetchError> fetchText(std::string_view url, const FetchLimits& limits,
+                                            std::string_view what) {
   const auto address = FetchAddress::check(url);
   if (!address) return fail(FetchError{Reason::refused, address.error().message});
   initialiseOnce();
-  const std::unique_ptr<CURL, decltype(&curl_easy_cleanup)> curl(curl_easy_init(), &curl_easy_cleanup);
+  const std::unique_ptr<CURL, decltype(&curl_easy_cleanup)> curl(curl_easy_init(),
+                                                                 &curl_easy_cleanup);
   if (!curl) return fail(FetchError{Reason::other, "Could not start a download — try again."});
   CURL* handle = curl.get();
-  Transfer transfer{&sink, limits.maxBytes};
+  Transfer transfer{limits.maxBytes, {}};
   const auto milliseconds = static_cast<long>(limits.seconds * 1000);
   curl_easy_setopt(handle, CURLOPT_URL, address->url.c_str());
   // Plain http only where the address check allowed it; redirects only to https.
@@ -127,17 +127,7 @@ Expected<int64_t, FetchError> fetchInto(std::string_view url, const FetchLimits&
   if (code != CURLE_OK) {
     return fail(explain(code, handle, transfer, limits, std::string(what), address->url));
   }
-  return transfer.received;
-}
-
-Expected<std::string, FetchError> fetchText(std::string_view url, const FetchLimits& limits, std::string_view what) {
-  std::string body;
-  auto fetched = fetchInto(url, limits, what, [&body](std::string_view piece) {
-    body.append(piece);
-    return true;
-  });
-  if (!fetched) return fail(fetched.error());
-  return body;
+  return std::move(transfer.body);
 }
 
 }  // namespace tallyfin

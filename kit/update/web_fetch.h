@@ -4,7 +4,6 @@
 // limit, a size cap, and redirects followed only to https addresses.
 
 #include <cstdint>
-#include <functional>
 #include <string>
 #include <string_view>
 
@@ -22,20 +21,23 @@ struct FetchLimits {
 };
 
 struct FetchError {
-  enum class Reason { refused, unreachable, timedOut, tooLarge, incomplete, httpStatus, redirect, stopped, other };
+  enum class Reason {
+    refused,
+    unreachable,
+    timedOut,
+    tooLarge,
+    incomplete,
+    httpStatus,
+    redirect,
+    other
+  };
   Reason reason = Reason::other;
   std::string message;
 };
 
-// Receives each piece of the body as it arrives; false stops the transfer.
-using FetchSink = std::function<bool(std::string_view)>;
-
-// Fetches `url`, naming it `what` ("the release feed") in messages. Nothing is
+// The body of `url`, named `what` ("the release feed") in messages. Nothing is
 // connected to when the address is refused.
-Expected<int64_t, FetchError> fetchInto(std::string_view url, const FetchLimits& limits, std::string_view what,
-                                        const FetchSink& sink);
-
-// The whole body in memory.
-Expected<std::string, FetchError> fetchText(std::string_view url, const FetchLimits& limits, std::string_view what);
+Expected<std::string, FetchError> fetchText(std::string_view url, const FetchLimits& limits,
+                                            std::string_view what);
 
 }  // namespace tallyfin

@@ -16,7 +16,8 @@ constexpr int kNotAuthorised = 127;
 }  // namespace
 
 std::string downloadFolder() {
-  if (const char* cache = std::getenv("XDG_CACHE_HOME"); cache && *cache == '/') return std::string(cache) + "/Tallyfin";
+  if (const char* cache = std::getenv("XDG_CACHE_HOME"); cache && *cache == '/')
+    return std::string(cache) + "/Tallyfin";
   return homeFolder() + "/.cache/Tallyfin";
 }
 
@@ -27,9 +28,10 @@ PackageInstaller::Setup PackageInstaller::forThisUser() {
   setup.xdgOpen = firstExecutable({"/usr/bin/xdg-open"}).value_or("");
   setup.environment = probeEnvironment(homeFolder());
   // The password dialog and the software installer belong to the user's session.
-  for (const char* name : {"DISPLAY", "WAYLAND_DISPLAY", "XDG_RUNTIME_DIR", "DBUS_SESSION_BUS_ADDRESS",
-                           "XDG_CURRENT_DESKTOP", "XAUTHORITY"}) {
-    if (const char* value = std::getenv(name)) setup.environment.push_back(std::string(name) + "=" + value);
+  for (const char* name : {"DISPLAY", "WAYLAND_DISPLAY", "XDG_RUNTIME_DIR",
+                           "DBUS_SESSION_BUS_ADDRESS", "XDG_CURRENT_DESKTOP", "XAUTHORITY"}) {
+    if (const char* value = std::getenv(name))
+      setup.environment.push_back(std::string(name) + "=" + value);
   }
   return setup;
 }
@@ -50,13 +52,14 @@ Status PackageInstaller::install(const std::string& package) const {
     program = setup_.xdgOpen;
     arguments = {package};
   } else {
-    return fail(Error{"No package installer was found — install " + package + " from a terminal with: " +
-                      terminalCommand(package)});
+    return fail(Error{"No package installer was found — install " + package +
+                      " from a terminal with: " + terminalCommand(package)});
   }
   const ToolRun run = runTool(program, arguments, setup_.environment, setup_.timeoutSeconds);
   if (run.succeeded()) return ok();
   if (run.status == kDismissed || run.status == kNotAuthorised) {
-    return fail(Error{"The installation of " + package + " was cancelled — nothing was installed."});
+    return fail(
+        Error{"The installation of " + package + " was cancelled — nothing was installed."});
   }
   return fail(Error{"The package installer did not finish installing " + package +
                     " — install it from a terminal with: " + terminalCommand(package)});
