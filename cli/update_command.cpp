@@ -145,14 +145,13 @@ int updateTallyfin(const Options& options, const Preferences& preferences) {
 
 // A distribution's build: its package manager brings new releases.
 int updateTallyfin(const Options& options, const Preferences&) {
-  if (options.commandHelp) {
-    print(updateHelpText());
-    return kUpToDate;
-  }
   const std::string message =
       "This Tallyfin comes from your distribution, whose package manager brings its updates — "
-      "Tallyfin does not "
-      "look for them itself.";
+      "Tallyfin does not look for them itself.";
+  if (options.commandHelp) {
+    print(message + "\n");
+    return kUpToDate;
+  }
   if (options.download) {
     diagnose(message);
     return kFailed;

@@ -6,7 +6,6 @@
 
 #include <nlohmann/json.hpp>
 
-#include "kit/update/release_signature.h"
 #include "tests/update/test_key.h"
 
 namespace tallyfin {
@@ -152,13 +151,6 @@ TEST(ReleaseFeed, SignedButMalformedFieldsAreNamed) {
     ASSERT_FALSE(feed.ok()) << bytes;
     EXPECT_TRUE(mentions(feed.error(), "its JSON is missing or malformed")) << feed.error().message;
   }
-}
-
-TEST(ReleaseFeed, SignatureCheckUsesTheGivenKeyOnly) {
-  const TestKey key;
-  EXPECT_TRUE(signatureHolds("", key.sign(""), key.publicKey()));  // an empty message can be signed
-  const PublicKey zero{};
-  EXPECT_FALSE(signatureHolds("m", key.sign("m"), zero));
 }
 
 }  // namespace
