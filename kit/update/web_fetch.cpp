@@ -62,6 +62,11 @@ FetchError explain(CURLcode code, CURL* curl, const Transfer& transfer, const Fe
     case CURLE_COULDNT_CONNECT:
       return {Reason::unreachable, "Could not reach " + url + " for " + what +
                                        " — check the network connection and try again."};
+    case CURLE_PEER_FAILED_VERIFICATION:
+    case CURLE_SSL_CONNECT_ERROR:
+      return {Reason::untrusted, "The certificate of " + url +
+                                     " could not be verified, so nothing was read from it — check "
+                                     "the address and the system's clock."};
     case CURLE_OPERATION_TIMEDOUT:
       return {Reason::timedOut, sentenceStart(at) + " did not arrive within " +
                                     seconds(limits.seconds) +

@@ -24,6 +24,7 @@ struct FetchError {
   enum class Reason {
     refused,
     unreachable,
+    untrusted,
     timedOut,
     tooLarge,
     incomplete,

@@ -8,7 +8,13 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <chrono>
+#include <thread>
+
+#include "kit/tools/spawned.h"
 #include "kit/update/fetch_address.h"
+#include "tests/support/process.h"
+#include "tests/support/temp_folder.h"
 #include "tests/update/local_web_server.h"
 
 namespace tallyfin {
@@ -163,6 +169,52 @@ TEST(WebFetch, RedirectsToPlainHttpAreNotFollowed) {
     EXPECT_TRUE(mentions(fetched.error(), "which is refused")) << fetched.error().message;
   }
   EXPECT_EQ(server.requests(), 2);  // the redirect targets were never asked
+}
+
+// Whether something accepts connections on 127.0.0.1:port.
+bool accepting(int port) {
+  const int probe = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+  sockaddr_in address{};
+  address.sin_family = AF_INET;
+  address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+  address.sin_port = htons(static_cast<uint16_t>(port));
+  const bool connected =
+      ::connect(probe, reinterpret_cast<sockaddr*>(&address), sizeof address) == 0;
+  ::close(probe);
+  return connected;
+}
+
+TEST(WebFetch, HttpsChecksTheServersCertificate) {
+  // A real TLS server whose certificate nobody vouches for.
+  const testing::TempFolder folder;
+  const std::vector<std::string> environment = {"PATH=/usr/bin:/bin", "HOME=" + folder.path()};
+  const auto made = testing::runProcess(
+      "/usr/bin/openssl",
+      {"req", "-x509", "-newkey", "ed25519", "-nodes", "-days", "1", "-subj", "/CN=127.0.0.1",
+       "-keyout", folder / "key.pem", "-out", folder / "cert.pem"},
+      environment);
+  ASSERT_EQ(made.exitCode, 0) << made.err;
+  int port = 0;
+  {
+    const DeadPort free;  // a port nobody uses, handed on to the server
+    port = free.port();
+  }
+  auto server = Spawned::start("/usr/bin/openssl",
+                               {"s_server", "-accept", "127.0.0.1:" + std::to_string(port), "-cert",
+                                folder / "cert.pem", "-key", folder / "key.pem", "-www", "-quiet"},
+                               environment);
+  ASSERT_TRUE(server.has_value());
+  for (int i = 0; i < 100 && !accepting(port); ++i) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(50));
+  }
+  const std::string url = "https://127.0.0.1:" + std::to_string(port) + "/feed.json";
+  const auto fetched = fetchText(url, kSmall, "the release feed");
+  server->finish(true);
+  ASSERT_FALSE(fetched.ok());
+  EXPECT_EQ(fetched.error().reason, Reason::untrusted) << fetched.error().message;
+  EXPECT_EQ(fetched.error().message, "The certificate of " + url +
+                                         " could not be verified, so nothing was read from it — "
+                                         "check the address and the system's clock.");
 }
 
 }  // namespace
