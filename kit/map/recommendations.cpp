@@ -12,6 +12,7 @@
 #include "kit/base/paths.h"
 #include "kit/base/saturating.h"
 #include "kit/cleanup/hotspots.h"
+#include "kit/platform/trash_location.h"
 #include "kit/store/file_kind.h"
 #include "kit/store/format.h"
 
@@ -85,7 +86,8 @@ class Recommender {
  public:
   Recommender(const ScanReport& report, const HiddenPaths& hidden,
               const RecommendationOptions& options)
-      : report_(report), hidden_(hidden), options_(options) {
+      : report_(report), hidden_(hidden), options_(options),
+        trash_(platform::trashFolder(report.home)) {
     std::vector<CleanupItem> visible;
     for (const auto& item : report.items) {
       if (!hidden.contains(item.path)) visible.push_back(item);
@@ -98,6 +100,7 @@ class Recommender {
   }
 
   std::vector<Recommendation> all(const std::vector<FolderTrend>& growing) {
+    trash();
     projectJunk();
     cleanupGroups();
     largeFiles();
@@ -129,6 +132,20 @@ class Recommender {
     recommendation.safety = safety;
     recommendation.items = group.paths();
     recommendation.mapPath = commonFolder(recommendation.items);
+    found_.push_back(std::move(recommendation));
+  }
+
+  // What is already thrown away: it only takes emptying the Trash.
+  void trash() {
+    const DiskNode* node = report_.tree.node(trash_);
+    if (!node || node->size < options_.minimum) return;
+    Recommendation recommendation;
+    recommendation.kind = Recommendation::Kind::trash;
+    recommendation.text = "The Trash holds " + Format::bytes(node->size) +
+                          "; emptying it gives the space back";
+    recommendation.size = node->size;
+    recommendation.paths = {trash_};
+    recommendation.mapPath = trash_;
     found_.push_back(std::move(recommendation));
   }
 
@@ -175,7 +192,7 @@ class Recommender {
   void largeFiles() {
     std::map<FileKind, Group> byKind;
     for (const auto& file : report_.largeFiles) {
-      if (hidden_.contains(file.path) || covered(file.path)) continue;
+      if (hidden_.contains(file.path) || covered(file.path) || isInside(file.path, trash_)) continue;
       const auto forced = file_kind::overrideForPath(parentPath(file.path));
       const FileKind kind = forced ? *forced : file_kind::of(lastComponent(file.path));
       byKind[kind].add(file.path, file.size, stale(file.accessed), shortPath(file.path));
@@ -238,7 +255,10 @@ class Recommender {
   // mostly large files already named is left to that recommendation.
   void bigFolders() {
     for (const auto& spot : Analysis::hotspots(report_.tree, report_.home, options_.minimum)) {
-      if (spot.isFile || hidden_.contains(spot.path) || grown_.contains(spot.path)) continue;
+      if (spot.isFile || hidden_.contains(spot.path) || grown_.contains(spot.path) ||
+          atOrInside(spot.path, trash_)) {
+        continue;
+      }
       const bool touched = std::any_of(items_.begin(), items_.end(), [&](const CleanupItem& item) {
         return atOrInside(item.path, spot.path) || isInside(spot.path, item.path);
       });
@@ -261,6 +281,7 @@ class Recommender {
   const ScanReport& report_;
   const HiddenPaths& hidden_;
   const RecommendationOptions& options_;
+  std::string trash_;               // everything below it is already thrown away
   std::vector<CleanupItem> items_;  // visible, outermost, largest first
   double cutoff_ = 0;
   std::set<std::string, std::less<>> grown_;
@@ -282,6 +303,8 @@ std::string_view caseName(Recommendation::Kind kind) {
       return "growingFolder";
     case Recommendation::Kind::bigFolder:
       return "bigFolder";
+    case Recommendation::Kind::trash:
+      return "trash";
   }
   return "cleanupGroup";
 }

@@ -1,7 +1,7 @@
 #pragma once
 
 // What to do about the space, in words: the report's cleanup items, large files,
-// big folders and the folders that keep growing, summed up into a few sentences
+// big folders, the folders that keep growing and the Trash, summed up into a few sentences
 // such as "node_modules in 14 projects hold 9.20 GB; 11 of them untouched for 90
 // days — Safe to remove", each linked to the items and places it speaks of.
 //
@@ -30,6 +30,7 @@ struct Recommendation {
     largeFiles,     // large files of one kind that no suggestion covers
     growingFolder,  // a folder that grew over the last scans
     bigFolder,      // a big folder that holds no suggestion at all
+    trash,          // what the Trash holds
   };
 
   Kind kind = Kind::cleanupGroup;

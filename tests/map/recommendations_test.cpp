@@ -9,6 +9,7 @@
 #include "kit/store/format.h"
 #include "tests/support/file_content.h"
 #include "tests/support/temp_folder.h"
+#include "tests/trash/trash_fixture.h"
 
 namespace tallyfin {
 namespace {
@@ -23,7 +24,8 @@ constexpr int64_t kDay = 86'400;
 const std::string kDash = " \u2014 ";
 
 // A home with four npm projects (three untouched for months), a virtualenv, a pip
-// cache, two videos (one not opened for months) and a folder of archives.
+// cache, two videos (one not opened for months), a folder of archives and an image
+// in the Trash.
 class RecommendationsTest : public ::testing::Test {
  protected:
   void SetUp() override {
@@ -41,6 +43,7 @@ class RecommendationsTest : public ::testing::Test {
     testing::setAccessed(home / "Videos/old.mkv", now - 400 * kDay);
     testing::setAccessed(home / "Videos/new.mkv", now - 2 * kDay);
     for (int i = 0; i < 4; ++i) allocateFile(home / ("Documents/archive/part" + std::to_string(i)), MiB);
+    allocateFile(home.trashFiles() + "/old.iso", 3 * MiB);
 
     ScanConfiguration configuration(home.path(), home.path());
     configuration.minNodeSize = 524'288;
@@ -76,7 +79,7 @@ class RecommendationsTest : public ::testing::Test {
   }
 
   const int64_t now = static_cast<int64_t>(secondsSinceEpoch());
-  TempFolder home;
+  testing::TempHome home;
   TempFolder data;
   ScanReport report;
 };
@@ -121,9 +124,16 @@ TEST_F(RecommendationsTest, SumUpTheReportInWordsLinkedToItsItems) {
   EXPECT_EQ(archive->text, "~/Documents/archive holds " + Format::bytes(archive->size) +
                                " and none of it is a cleanup suggestion" + kDash +
                                "look through it on the map");
-  EXPECT_EQ(Format::shortPath(archive->mapPath, report.home), "~/Documents/archive");
 
-  EXPECT_EQ(all.size(), 5u);
+  // What is in the Trash is only mentioned as the Trash, never as a large file.
+  const auto* trash = find(all, Recommendation::Kind::trash);
+  ASSERT_NE(trash, nullptr);
+  EXPECT_EQ(trash->mapPath, platform::trashFolder(home.path()));
+  EXPECT_EQ(trash->text, "The Trash holds " + Format::bytes(trash->size) +
+                             "; emptying it gives the space back");
+  EXPECT_GE(trash->size, 3 * MiB);
+
+  EXPECT_EQ(all.size(), 6u);
   for (size_t i = 1; i < all.size(); ++i) EXPECT_GE(all[i - 1].size, all[i].size);
 }
 
