@@ -49,7 +49,8 @@ MapEntry entryFor(const DiskNode& node, int32_t parent, int32_t depth,
 }
 
 MapEntry rootEntry(const DiskNode& root, std::string_view rootPath) {
-  const auto above = rootPath == "/" ? std::nullopt : file_kind::overrideForPath(parentPath(rootPath));
+  const auto above =
+      rootPath == "/" ? std::nullopt : file_kind::overrideForPath(parentPath(rootPath));
   return entryFor(root, -1, 0, above);
 }
 
@@ -120,6 +121,20 @@ std::vector<const DiskNode*> nodeChain(const DiskNode& root, std::string_view ro
     }
   });
   return chain;
+}
+
+MapFocus focusFor(const DiskNode& tree, std::string_view path) {
+  const auto chain = nodeChain(tree, "/", path);
+  MapFocus focus{&tree, "/"};
+  std::vector<std::string_view> names;  // deepest first, as joinNames takes them
+  for (size_t i = 1; i < chain.size(); ++i) {
+    const DiskNode* node = chain[i];
+    if (node->kind != DiskNode::Kind::folder && node->kind != DiskNode::Kind::bundle) break;
+    names.insert(names.begin(), node->name);
+    focus.node = node;
+  }
+  focus.path = joinNames("/", names);
+  return focus;
 }
 
 }  // namespace tallyfin::map

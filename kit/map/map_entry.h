@@ -115,6 +115,16 @@ std::string shapeFolderPath(std::string_view rootPath, const std::vector<Shape>&
 std::vector<const DiskNode*> nodeChain(const DiskNode& root, std::string_view rootPath,
                                        std::string_view path);
 
+// Where "Show on Disk Map" opens for a path: the deepest folder (or bundle) that the
+// tree, laid out from "/", holds on the way to it: the path itself when it is such a
+// folder, else the folder that shows it (a file's folder, the folder whose small
+// items the scan folded it into).
+struct MapFocus {
+  const DiskNode* node = nullptr;
+  std::string path;
+};
+MapFocus focusFor(const DiskNode& tree, std::string_view path);
+
 // The shape that shows a path: its own, the merged group it went into, or the
 // nearest folder drawn above it. None when the path lies outside the layout.
 template <class Shape>
@@ -132,7 +142,8 @@ std::optional<size_t> locateShape(const DiskNode& root, std::string_view rootPat
   if (chain.size() >= 2) {
     if (auto folder = drawn(chain[chain.size() - 2])) {
       for (size_t i = *folder + 1; i < shapes.size(); ++i) {
-        if (shapes[i].mergedCount > 0 && shapes[i].parent == static_cast<int32_t>(*folder)) return i;
+        if (shapes[i].mergedCount > 0 && shapes[i].parent == static_cast<int32_t>(*folder))
+          return i;
       }
     }
   }

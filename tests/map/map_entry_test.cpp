@@ -98,7 +98,8 @@ TEST(MapEntries, FileKindsFollowNamesAndTheFoldersAbove) {
   EXPECT_EQ(shapeAt(layout, "/home/ann/code/app/node_modules/react").fileKind, FileKind::dev);
   EXPECT_EQ(shapeAt(layout, "/home/ann/.cache/thing/data.bin").fileKind, FileKind::caches);
   // Laid out from inside a forcing folder, the root already carries its kind.
-  const auto inside = treemap(*tree.node("home/ann/.cache/thing"), "/home/ann/.cache/thing", kScreen);
+  const auto inside =
+      treemap(*tree.node("home/ann/.cache/thing"), "/home/ann/.cache/thing", kScreen);
   EXPECT_EQ(inside.shapes()[0].fileKind, FileKind::caches);
   EXPECT_EQ(inside.shapes()[1].fileKind, FileKind::caches);
 }
@@ -120,6 +121,21 @@ TEST(MapEntries, LocateFindsTheShapeThatShowsAPath) {
   EXPECT_EQ(coarse.locate("/home/ann/Movies/clip2.mov"), group);
   EXPECT_EQ(coarse.locate("/elsewhere"), std::nullopt);
   EXPECT_EQ(coarse.locate("/home/ann/Movie"), std::nullopt);
+}
+
+TEST(MapEntries, FocusOpensTheDeepestFolderHeldOnTheWay) {
+  const DiskNode tree = homeTree();
+  const auto expectFocus = [&](std::string_view path, std::string_view folder) {
+    const MapFocus focus = focusFor(tree, path);
+    EXPECT_EQ(focus.path, folder) << path;
+    EXPECT_EQ(focus.node, tree.node(folder)) << path;
+  };
+  expectFocus("/home/ann/code/app/node_modules", "/home/ann/code/app/node_modules");
+  expectFocus("/home/ann/Movies/film.mp4", "/home/ann/Movies");
+  expectFocus("/home/ann/Movies/folded-away.txt", "/home/ann/Movies");
+  expectFocus("/home/ann/locked/inside", "/home/ann");  // nothing to show inside
+  expectFocus("/nowhere/at/all", "/");
+  expectFocus("/", "/");
 }
 
 }  // namespace
