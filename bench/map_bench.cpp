@@ -38,7 +38,8 @@ struct Focus {
 
 Focus branchingPoint(const DiskNode& tree) {
   Focus focus{&tree, "/"};
-  while (focus.node->children.size() == 1 && focus.node->children[0].kind == DiskNode::Kind::folder) {
+  while (focus.node->children.size() == 1 &&
+         focus.node->children[0].kind == DiskNode::Kind::folder) {
     focus.node = &focus.node->children[0];
     focus.path += (focus.path == "/" ? "" : "/") + focus.node->name;
   }
@@ -76,7 +77,8 @@ class SyntheticTree {
     for (int i = 0; i < 80; ++i) total += 1 / std::pow(i + 1.0, 1.3);
     int64_t kept = 0;
     for (int i = 0; i < 80 && node.children.size() < 60; ++i) {
-      const auto share = static_cast<int64_t>(static_cast<double>(size) / std::pow(i + 1.0, 1.3) / total);
+      const auto share =
+          static_cast<int64_t>(static_cast<double>(size) / std::pow(i + 1.0, 1.3) / total);
       if (share < 10 * kMiB) break;
       const std::string childName = "entry-" + std::to_string(depth) + "-" + std::to_string(i);
       if (depth >= 9 || share < 200 * kMiB || next() % 4 == 0) {
@@ -154,12 +156,15 @@ void BM_Layout(benchmark::State& state, Layout layout, bool report) {
   state.counters["shapes"] = static_cast<double>(shapes);
 }
 
-BENCHMARK_CAPTURE(BM_Layout, sunburst_generated, Layout::sunburst, false)->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(BM_Layout, sunburst_generated, Layout::sunburst, false)
+    ->Unit(benchmark::kMillisecond);
 BENCHMARK_CAPTURE(BM_Layout, sunburst_every_node_generated, Layout::sunburstEveryNode, false)
     ->Unit(benchmark::kMillisecond);
-BENCHMARK_CAPTURE(BM_Layout, treemap_generated, Layout::treemap, false)->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(BM_Layout, treemap_generated, Layout::treemap, false)
+    ->Unit(benchmark::kMillisecond);
 BENCHMARK_CAPTURE(BM_Layout, city_generated, Layout::city, false)->Unit(benchmark::kMillisecond);
-BENCHMARK_CAPTURE(BM_Layout, sunburst_report, Layout::sunburst, true)->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(BM_Layout, sunburst_report, Layout::sunburst, true)
+    ->Unit(benchmark::kMillisecond);
 BENCHMARK_CAPTURE(BM_Layout, sunburst_every_node_report, Layout::sunburstEveryNode, true)
     ->Unit(benchmark::kMillisecond);
 BENCHMARK_CAPTURE(BM_Layout, treemap_report, Layout::treemap, true)->Unit(benchmark::kMillisecond);
@@ -184,14 +189,18 @@ void hitTests(benchmark::State& state, MakeLayout make, PointAt pointAt) {
 void BM_HitSunburst(benchmark::State& state) {
   hitTests(
       state, [](const Focus& f) { return map::sunburst(*f.node, f.path); },
-      [](const auto&, double u, double v) { return map::Point{2 * u - 1, 2 * v - 1}; });
+      [](const auto&, double u, double v) {
+        return map::Point{2 * u - 1, 2 * v - 1};
+      });
 }
 BENCHMARK(BM_HitSunburst);
 
 void BM_HitTreemap(benchmark::State& state) {
   hitTests(
       state, [](const Focus& f) { return map::treemap(*f.node, f.path, kScreen); },
-      [](const auto&, double u, double v) { return map::Point{u * kScreen.width, v * kScreen.height}; });
+      [](const auto&, double u, double v) {
+        return map::Point{u * kScreen.width, v * kScreen.height};
+      });
 }
 BENCHMARK(BM_HitTreemap);
 

@@ -25,7 +25,8 @@ std::vector<Rect> projectedBoxes(const std::vector<CityBox>& boxes, Rect& all) {
       all = b;
       continue;
     }
-    const double right = std::max(all.right(), b.right()), bottom = std::max(all.bottom(), b.bottom());
+    const double right = std::max(all.right(), b.right()),
+                 bottom = std::max(all.bottom(), b.bottom());
     all.x = std::min(all.x, b.x);
     all.y = std::min(all.y, b.y);
     all.width = right - all.x;
@@ -39,7 +40,8 @@ std::vector<Rect> projectedBoxes(const std::vector<CityBox>& boxes, Rect& all) {
 double buildingHeight(int64_t modified, const CityOptions& options) {
   if (modified <= 0 || options.now <= modified) return options.minimumHeight;
   const double days = static_cast<double>(options.now - modified) / kSecondsPerDay;
-  const double share = std::min(1.0, std::log1p(days) / std::log1p(std::max(options.agedDays, 1.0)));
+  const double share =
+      std::min(1.0, std::log1p(days) / std::log1p(std::max(options.agedDays, 1.0)));
   return options.minimumHeight + (options.maximumHeight - options.minimumHeight) * share;
 }
 

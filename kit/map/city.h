@@ -35,16 +35,16 @@ struct CityBox : MapEntry {
 };
 
 struct CityOptions {
-  double groundSize = 1000;       // the square ground, in world units
-  double footprintShare = 0.86;   // of its plot's width and depth a footprint takes: the streets
-  double blockMargin = 0.03;      // of a block's smaller side kept free around its children
+  double groundSize = 1000;      // the square ground, in world units
+  double footprintShare = 0.86;  // of its plot's width and depth a footprint takes: the streets
+  double blockMargin = 0.03;     // of a block's smaller side kept free around its children
   double plinthHeight = 6;
-  double minimumHeight = 4;       // a building just modified, or of unknown age
+  double minimumHeight = 4;      // a building just modified, or of unknown age
   double maximumHeight = 160;
-  double agedDays = 730;          // the age at which a building reaches full height
-  double minimumFootprint = 9;    // smaller footprints merge into "N smaller items"
+  double agedDays = 730;         // the age at which a building reaches full height
+  double minimumFootprint = 9;   // smaller footprints merge into "N smaller items"
   int maxDepth = 12;
-  int64_t now = 0;                // ages are measured to this moment (the report's date)
+  int64_t now = 0;               // ages are measured to this moment (the report's date)
 };
 
 class CityLayout : public MapLayout<CityBox> {

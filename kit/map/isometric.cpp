@@ -8,7 +8,9 @@ namespace {
 constexpr double kCos30 = 0.8660254037844386;
 constexpr double kSin30 = 0.5;
 
-double cross(Point a, Point b, Point p) { return (b.x - a.x) * (p.y - a.y) - (b.y - a.y) * (p.x - a.x); }
+double cross(Point a, Point b, Point p) {
+  return (b.x - a.x) * (p.y - a.y) - (b.y - a.y) * (p.x - a.x);
+}
 
 Rect outlineBounds(const std::array<Point, 6>& outline) {
   double left = outline[0].x, right = left, top = outline[0].y, bottom = top;
@@ -24,8 +26,9 @@ Rect outlineBounds(const std::array<Point, 6>& outline) {
 }  // namespace
 
 Box lerp(const Box& from, const Box& to, double t) {
-  return {lerp(from.x, to.x, t),         lerp(from.y, to.y, t),         lerp(from.z, to.z, t),
-          lerp(from.width, to.width, t), lerp(from.depth, to.depth, t), lerp(from.height, to.height, t)};
+  return {lerp(from.x, to.x, t),         lerp(from.y, to.y, t),
+          lerp(from.z, to.z, t),         lerp(from.width, to.width, t),
+          lerp(from.depth, to.depth, t), lerp(from.height, to.height, t)};
 }
 
 Point project(double x, double y, double z) { return {(x - y) * kCos30, (x + y) * kSin30 - z}; }
@@ -47,7 +50,8 @@ Rect ProjectedBox::bounds() const { return outlineBounds(outline); }
 bool insideOutline(const std::array<Point, 6>& outline, Point p) {
   // The bounds first: a flattened outline has no sides to be on the wrong side of.
   const Rect bounds = outlineBounds(outline);
-  if (p.x < bounds.x || p.x > bounds.right() || p.y < bounds.y || p.y > bounds.bottom()) return false;
+  if (p.x < bounds.x || p.x > bounds.right() || p.y < bounds.y || p.y > bounds.bottom())
+    return false;
   bool anyPositive = false, anyNegative = false;
   for (size_t i = 0; i < outline.size(); ++i) {
     const double side = cross(outline[i], outline[(i + 1) % outline.size()], p);

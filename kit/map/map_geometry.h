@@ -25,7 +25,9 @@ struct Rect {
   bool empty() const { return width <= 0 || height <= 0; }
 
   // Half-open, so that a point on the edge two tiles share belongs to one of them.
-  bool contains(Point p) const { return p.x >= x && p.x < x + width && p.y >= y && p.y < y + height; }
+  bool contains(Point p) const {
+    return p.x >= x && p.x < x + width && p.y >= y && p.y < y + height;
+  }
 
   bool operator==(const Rect&) const = default;
 };

@@ -70,7 +70,8 @@ class Nesting {
       s.items.push_back({static_cast<double>(s.split.mergedSize) * perByte, nullptr, What::merged});
     }
     if (total > childBytes) {
-      s.items.push_back({static_cast<double>(total - childBytes) * perByte, nullptr, What::unaccounted});
+      s.items.push_back(
+          {static_cast<double>(total - childBytes) * perByte, nullptr, What::unaccounted});
     }
     std::stable_sort(s.items.begin(), s.items.end(),
                      [](const Item& a, const Item& b) { return a.area > b.area; });

@@ -17,8 +17,8 @@ struct NestedTile : MapEntry {
 };
 
 struct NestingRules {
-  int maxDepth = 32;         // tiles deeper than this are not made
-  double minimumArea = 0;    // nor tiles smaller than this: they merge with their small siblings
+  int maxDepth = 32;       // tiles deeper than this are not made
+  double minimumArea = 0;  // nor tiles smaller than this: they merge with their small siblings
   // Where a folder's children go inside its tile; an empty rectangle keeps them out.
   std::function<Rect(const Rect& tile)> content;
 };

@@ -60,8 +60,8 @@ std::string holdsClause(const Group& group, std::string_view staleWords, int sta
   if (group.stale == 0) return text;
   text += "; ";
   if (group.count() > 1) {
-    text += group.stale == group.count() ? "all of them "
-                                                : std::to_string(group.stale) + " of them ";
+    text +=
+        group.stale == group.count() ? "all of them " : std::to_string(group.stale) + " of them ";
   }
   return text + std::string(staleWords) + " for " + std::to_string(staleDays) + " days";
 }
@@ -86,7 +86,9 @@ class Recommender {
  public:
   Recommender(const ScanReport& report, const HiddenPaths& hidden,
               const RecommendationOptions& options)
-      : report_(report), hidden_(hidden), options_(options),
+      : report_(report),
+        hidden_(hidden),
+        options_(options),
         trash_(platform::trashFolder(report.home)) {
     std::vector<CleanupItem> visible;
     for (const auto& item : report.items) {
@@ -118,7 +120,9 @@ class Recommender {
     return when && *when > 0 && static_cast<double>(*when) < cutoff_;
   }
 
-  std::string shortPath(std::string_view path) const { return Format::shortPath(path, report_.home); }
+  std::string shortPath(std::string_view path) const {
+    return Format::shortPath(path, report_.home);
+  }
 
   void addItemGroup(Recommendation::Kind kind, const Group& group, std::string subject) {
     if (group.size < options_.minimum || group.count() == 0) return;
@@ -141,8 +145,8 @@ class Recommender {
     if (!node || node->size < options_.minimum) return;
     Recommendation recommendation;
     recommendation.kind = Recommendation::Kind::trash;
-    recommendation.text = "The Trash holds " + Format::bytes(node->size) +
-                          "; emptying it gives the space back";
+    recommendation.text =
+        "The Trash holds " + Format::bytes(node->size) + "; emptying it gives the space back";
     recommendation.size = node->size;
     recommendation.paths = {trash_};
     recommendation.mapPath = trash_;
@@ -178,8 +182,7 @@ class Recommender {
     }
     for (const auto& [key, group] : byCategory) {
       addItemGroup(Recommendation::Kind::cleanupGroup, group,
-                   std::string(label(key.first)) + ": " +
-                       counted(group.count(), "item", "items"));
+                   std::string(label(key.first)) + ": " + counted(group.count(), "item", "items"));
     }
   }
 
@@ -192,7 +195,8 @@ class Recommender {
   void largeFiles() {
     std::map<FileKind, Group> byKind;
     for (const auto& file : report_.largeFiles) {
-      if (hidden_.contains(file.path) || covered(file.path) || isInside(file.path, trash_)) continue;
+      if (hidden_.contains(file.path) || covered(file.path) || isInside(file.path, trash_))
+        continue;
       const auto forced = file_kind::overrideForPath(parentPath(file.path));
       const FileKind kind = forced ? *forced : file_kind::of(lastComponent(file.path));
       byKind[kind].add(file.path, file.size, stale(file.accessed), shortPath(file.path));
@@ -201,13 +205,13 @@ class Recommender {
       if (group.size < options_.minimum) continue;
       Recommendation recommendation;
       recommendation.kind = Recommendation::Kind::largeFiles;
-      const std::string subject =
-          group.count() == 1 ? group.single
-                             : std::string(file_kind::label(kind)) + ": " +
-                                   counted(group.count(), "large file", "large files");
+      const std::string subject = group.count() == 1
+                                      ? group.single
+                                      : std::string(file_kind::label(kind)) + ": " +
+                                            counted(group.count(), "large file", "large files");
       recommendation.text = subject + holdsClause(group, "not opened", options_.staleDays) +
                             (group.count() == 1 ? " \u2014 look at it on the map"
-                                                     : " \u2014 look through them on the map");
+                                                : " \u2014 look through them on the map");
       recommendation.size = group.size;
       recommendation.paths = group.paths();
       recommendation.mapPath = commonFolder(recommendation.paths);
@@ -227,8 +231,8 @@ class Recommender {
       const auto days = std::max<int64_t>(1, std::llround(span / kSecondsPerDay));
       Recommendation recommendation;
       recommendation.kind = Recommendation::Kind::growingFolder;
-      recommendation.text = shortPath(trend.path) + " grew " + Format::bytes(trend.delta) +
-                            " in " + counted(static_cast<size_t>(days), "day", "days");
+      recommendation.text = shortPath(trend.path) + " grew " + Format::bytes(trend.delta) + " in " +
+                            counted(static_cast<size_t>(days), "day", "days");
       if (trend.perWeek > 0) {
         recommendation.text += ", about " + Format::bytes(std::llround(trend.perWeek)) + " a week";
       }
@@ -269,8 +273,9 @@ class Recommender {
       if (touched || namedBytes * 2 > spot.size) continue;
       Recommendation recommendation;
       recommendation.kind = Recommendation::Kind::bigFolder;
-      recommendation.text = shortPath(spot.path) + " holds " + Format::bytes(spot.size) +
-                            " and none of it is a cleanup suggestion \u2014 look through it on the map";
+      recommendation.text =
+          shortPath(spot.path) + " holds " + Format::bytes(spot.size) +
+          " and none of it is a cleanup suggestion \u2014 look through it on the map";
       recommendation.size = spot.size;
       recommendation.paths = {spot.path};
       recommendation.mapPath = spot.path;

@@ -34,9 +34,9 @@ struct Recommendation {
   };
 
   Kind kind = Kind::cleanupGroup;
-  std::string text;               // the finished sentence
-  int64_t size = 0;               // bytes it speaks of
-  std::optional<Safety> safety;   // the class of the items it speaks of
+  std::string text;                // the finished sentence
+  int64_t size = 0;                // bytes it speaks of
+  std::optional<Safety> safety;    // the class of the items it speaks of
   std::vector<std::string> items;  // paths of the cleanup items it speaks of, largest first
   std::vector<std::string> paths;  // other places it speaks of (files, folders), largest first
   std::string mapPath;  // where the disk map shows all of it: the place, or the folder holding them
@@ -48,9 +48,10 @@ std::string_view caseName(Recommendation::Kind kind);
 void to_json(nlohmann::json& json, const Recommendation& recommendation);
 
 struct RecommendationOptions {
-  int64_t minimum = 1'000'000'000;       // a group, large-file kind or big folder below this is not mentioned
+  // Groups, large-file kinds and big folders below this are not mentioned.
+  int64_t minimum = 1'000'000'000;
   int64_t minimumGrowth = 250'000'000;  // nor a folder that grew less
-  int staleDays = 90;                    // "untouched for 90 days"
+  int staleDays = 90;                   // "untouched for 90 days"
   size_t limit = 10;
 };
 

@@ -34,15 +34,17 @@ class RectGrid {
  private:
   std::optional<size_t> cellOf(Point p) const;
   // The first and last column (or row) a span from `low` to `high` touches.
-  std::pair<int, int> cellSpan(double low, double high, double origin, double cell, int count) const;
+  std::pair<int, int> cellSpan(double low, double high, double origin, double cell,
+                               int count) const;
 
   Rect bounds_;
   int columns_ = 0;
   int rows_ = 0;
   double cellWidth_ = 1;
   double cellHeight_ = 1;
-  std::vector<uint32_t> cellStart_;  // the items of cell c are items_[cellStart_[c], cellStart_[c+1])
-  std::vector<uint32_t> items_;      // shape indexes, ascending within a cell
+  std::vector<uint32_t>
+      cellStart_;                // the items of cell c are items_[cellStart_[c], cellStart_[c+1])
+  std::vector<uint32_t> items_;  // shape indexes, ascending within a cell
 };
 
 }  // namespace tallyfin::map

@@ -50,7 +50,8 @@ void squarify(const std::vector<double>& areas, const Rect& within, std::vector<
     for (size_t k = i; k < end; ++k) {
       const double next =
           k + 1 == end ? rowEnd : std::min(rowEnd, at + (thickness > 0 ? areas[k] / thickness : 0));
-      tiles[k] = wide ? Rect{rest.x, at, thickness, next - at} : Rect{at, rest.y, next - at, thickness};
+      tiles[k] =
+          wide ? Rect{rest.x, at, thickness, next - at} : Rect{at, rest.y, next - at, thickness};
       at = next;
     }
     if (wide) {

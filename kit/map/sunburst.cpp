@@ -9,11 +9,13 @@
 namespace tallyfin::map {
 namespace {
 
+// Rings of equal width: the centre and one per level down to the depth limit.
+double ringWidthFor(int maxDepth) { return 1.0 / (std::max(maxDepth, 0) + 1); }
+
 class Rings {
  public:
-  explicit Rings(const SunburstOptions& options) : options_(options) {
-    width_ = 1.0 / (std::max(options.maxDepth, 0) + 1);
-  }
+  explicit Rings(const SunburstOptions& options)
+      : options_(options), width_(ringWidthFor(options.maxDepth)) {}
 
   std::vector<SunburstSegment> run(const DiskNode& root, std::string_view rootPath) {
     SunburstSegment centre;
@@ -95,7 +97,7 @@ bool holds(const Ring& ring, double radius, double angle) {
 SunburstLayout::SunburstLayout(const DiskNode& root, std::string rootPath, int maxDepth,
                                std::vector<SunburstSegment> segments)
     : MapLayout(root, std::move(rootPath), std::move(segments)),
-      ringWidth_(1.0 / (std::max(maxDepth, 0) + 1)) {
+      ringWidth_(ringWidthFor(maxDepth)) {
   for (size_t i = 0; i < shapes_.size(); ++i) {
     const auto depth = static_cast<size_t>(shapes_[i].depth);
     if (rings_.size() <= depth) rings_.resize(depth + 1);
@@ -121,7 +123,8 @@ std::optional<size_t> SunburstLayout::hit(Point p) const {
   return std::nullopt;
 }
 
-SunburstLayout sunburst(const DiskNode& root, std::string rootPath, const SunburstOptions& options) {
+SunburstLayout sunburst(const DiskNode& root, std::string rootPath,
+                        const SunburstOptions& options) {
   auto segments = Rings(options).run(root, rootPath);
   return SunburstLayout(root, std::move(rootPath), options.maxDepth, std::move(segments));
 }

@@ -41,7 +41,7 @@ struct SunburstSegment : MapEntry {
 };
 
 struct SunburstOptions {
-  int maxDepth = 6;            // rings around the centre
+  int maxDepth = 6;             // rings around the centre
   double minimumAngle = 0.004;  // radians; narrower segments merge into "N smaller items"
 };
 
@@ -67,7 +67,8 @@ class SunburstLayout : public MapLayout<SunburstSegment> {
 SunburstLayout sunburst(const DiskNode& root, std::string rootPath,
                         const SunburstOptions& options = {});
 SunburstLayout sunburst(const DiskNode&& root, std::string rootPath,
-                        const SunburstOptions& options = {}) = delete;  // the layout borrows the tree
+                        const SunburstOptions& options = {}) =
+    delete;  // the layout borrows the tree
 
 // The angle of a point around the centre, as the layout measures it, in [0, 2π).
 double angleOf(Point p);

@@ -51,8 +51,8 @@ Ring stretch(const Ring& r, const Ring& from, const Ring& to) {
 // with the anchor's level.
 Box stretch(const Box& b, const Box& from, const Box& to) {
   const Rect footprint = stretch(b.footprint(), from.footprint(), to.footprint());
-  return {footprint.x, footprint.y, b.z + (to.z - from.z), footprint.width, footprint.height,
-          b.height};
+  return {footprint.x,     footprint.y,      b.z + (to.z - from.z),
+          footprint.width, footprint.height, b.height};
 }
 
 template <class Geometry, class Layout, class GeometryOf>
@@ -95,7 +95,8 @@ std::vector<Tween<Geometry>> tweens(const Layout& from, const Layout& to, Geomet
     if (match[k]) {
       result.push_back({match[k], k, geometryOf(old[*match[k]]), g});
     } else {
-      result.push_back({std::nullopt, k, anchor ? stretch(g, anchor->second, anchor->first) : g, g});
+      result.push_back(
+          {std::nullopt, k, anchor ? stretch(g, anchor->second, anchor->first) : g, g});
     }
   }
   return result;

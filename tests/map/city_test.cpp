@@ -109,7 +109,8 @@ TEST(CityEdges, ZeroSizeSingleChildAndTenThousandChildren) {
   const auto wide = city(many, "/wide", options());
   EXPECT_EQ(wide.shapes().size(), 10'001u);
   std::vector<Rect> footprints;
-  for (size_t i = 1; i < wide.shapes().size(); ++i) footprints.push_back(wide.shapes()[i].box.footprint());
+  for (size_t i = 1; i < wide.shapes().size(); ++i)
+    footprints.push_back(wide.shapes()[i].box.footprint());
   EXPECT_EQ(largestOverlap(footprints), 0);
 }
 
@@ -121,7 +122,8 @@ TEST(CityPainting, BackToFrontOrderShowsTheNearestBox) {
     const DiskNode tree = randomTree(seed, {6, 12});
     const auto layout = city(tree, "/", options());
     const Rect& bounds = layout.projectedBounds();
-    std::uniform_real_distribution<double> x(bounds.x, bounds.right()), y(bounds.y, bounds.bottom());
+    std::uniform_real_distribution<double> x(bounds.x, bounds.right()),
+        y(bounds.y, bounds.bottom());
     for (int n = 0; n < 1'000; ++n) {
       const Point p{x(random), y(random)};
       std::optional<size_t> nearest;
@@ -137,7 +139,9 @@ TEST(CityPainting, BackToFrontOrderShowsTheNearestBox) {
       }
       const auto hit = layout.hit(p);
       ASSERT_EQ(hit.has_value(), nearest.has_value());
-      if (hit) EXPECT_NEAR(*rayEntry(layout.shapes()[*hit].box, p), nearestEntry, 1e-9);
+      if (hit) {
+        EXPECT_NEAR(*rayEntry(layout.shapes()[*hit].box, p), nearestEntry, 1e-9);
+      }
     }
   }
 }
@@ -148,7 +152,8 @@ TEST(CityHit, AgreesWithBruteForceInProjectedSpace) {
     const DiskNode tree = randomTree(seed, {7, 14});
     const auto layout = city(tree, "/", options());
     const Rect& b = layout.projectedBounds();
-    std::uniform_real_distribution<double> x(b.x - 10, b.right() + 10), y(b.y - 10, b.bottom() + 10);
+    std::uniform_real_distribution<double> x(b.x - 10, b.right() + 10),
+        y(b.y - 10, b.bottom() + 10);
     for (int n = 0; n < 2'000; ++n) {
       const Point p{x(random), y(random)};
       std::optional<size_t> expected;

@@ -42,14 +42,15 @@ class RecommendationsTest : public ::testing::Test {
     allocateFile(home / "Videos/new.mkv", 3 * MiB);
     testing::setAccessed(home / "Videos/old.mkv", now - 400 * kDay);
     testing::setAccessed(home / "Videos/new.mkv", now - 2 * kDay);
-    for (int i = 0; i < 4; ++i) allocateFile(home / ("Documents/archive/part" + std::to_string(i)), MiB);
+    for (int i = 0; i < 4; ++i)
+      allocateFile(home / ("Documents/archive/part" + std::to_string(i)), MiB);
     allocateFile(home.trashFiles() + "/old.iso", 3 * MiB);
 
     ScanConfiguration configuration(home.path(), home.path());
     configuration.minNodeSize = 524'288;
     configuration.largeFileThreshold = 2 * MiB;
-    const ScanPipeline pipeline{Store(data / "store"), configuration, NotificationSettings{}, {},
-                                ScanTrigger::manual};
+    const ScanPipeline pipeline{
+        Store(data / "store"), configuration, NotificationSettings{}, {}, ScanTrigger::manual};
     auto result = pipeline.run(CancelToken(), static_cast<double>(now));
     ASSERT_TRUE(result.ok()) << result.error().message;
     report = std::move(result->report);
@@ -104,8 +105,8 @@ TEST_F(RecommendationsTest, SumUpTheReportInWordsLinkedToItsItems) {
 
   const auto* pip = find(all, Recommendation::Kind::cleanupGroup);
   ASSERT_NE(pip, nullptr);
-  EXPECT_EQ(pip->text, "pip cache holds " + Format::bytes(itemBytes(".cache/pip")) + kDash +
-                           "Safe to remove");
+  EXPECT_EQ(pip->text,
+            "pip cache holds " + Format::bytes(itemBytes(".cache/pip")) + kDash + "Safe to remove");
   EXPECT_EQ(pip->items, std::vector<std::string>{home / ".cache/pip"});
 
   const auto* videos = find(all, Recommendation::Kind::largeFiles);
@@ -129,8 +130,8 @@ TEST_F(RecommendationsTest, SumUpTheReportInWordsLinkedToItsItems) {
   const auto* trash = find(all, Recommendation::Kind::trash);
   ASSERT_NE(trash, nullptr);
   EXPECT_EQ(trash->mapPath, platform::trashFolder(home.path()));
-  EXPECT_EQ(trash->text, "The Trash holds " + Format::bytes(trash->size) +
-                             "; emptying it gives the space back");
+  EXPECT_EQ(trash->text,
+            "The Trash holds " + Format::bytes(trash->size) + "; emptying it gives the space back");
   EXPECT_GE(trash->size, 3 * MiB);
 
   EXPECT_EQ(all.size(), 6u);
@@ -198,9 +199,10 @@ TEST(Recommendations, TiesAreOrderedByKindThenText) {
     i.size = 2'000'000'000;
     return i;
   };
-  report.items = {item("/home/ann/.cache/b", "B cache", CleanupCategory::packageCaches),
-                  item("/home/ann/.cache/a", "A cache", CleanupCategory::appCaches),
-                  item("/home/ann/p/node_modules", "node_modules \u00B7 p", CleanupCategory::javascript)};
+  report.items = {
+      item("/home/ann/.cache/b", "B cache", CleanupCategory::packageCaches),
+      item("/home/ann/.cache/a", "A cache", CleanupCategory::appCaches),
+      item("/home/ann/p/node_modules", "node_modules \u00B7 p", CleanupCategory::javascript)};
   report.items[2].project = "/home/ann/p";
   const auto all = Analysis::recommendations(report, {}, {});
   ASSERT_EQ(all.size(), 3u);

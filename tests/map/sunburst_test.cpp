@@ -27,7 +27,9 @@ void expectSunburstInvariants(const SunburstLayout& layout, const SunburstOption
     const SunburstSegment& segment = segments[i];
     EXPECT_LE(segment.depth, options.maxDepth);
     EXPECT_NEAR(segment.ring.outerRadius - segment.ring.innerRadius, layout.ringWidth(), 1e-12);
-    if (i > 0) EXPECT_GE(segment.ring.span(), options.minimumAngle) << label(segment);
+    if (i > 0) {
+      EXPECT_GE(segment.ring.span(), options.minimumAngle) << label(segment);
+    }
     if (segment.depth == options.maxDepth && segment.node) {
       EXPECT_EQ(segment.childrenHidden, !segment.node->children.empty() && segment.size > 0);
     }
@@ -69,7 +71,8 @@ TEST(SunburstInvariants, AnglesAreSharesOfTheWholeDisc) {
   const auto layout = sunburst(tree, "/", {6, 0});
   for (const auto& segment : layout.shapes()) {
     EXPECT_NEAR(segment.ring.span(),
-                kFullTurn * static_cast<double>(segment.size) / static_cast<double>(tree.size), 1e-9);
+                kFullTurn * static_cast<double>(segment.size) / static_cast<double>(tree.size),
+                1e-9);
   }
 }
 

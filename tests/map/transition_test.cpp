@@ -33,7 +33,8 @@ DiskNode sampleTree() {
 template <class Geometry>
 size_t countWhere(const std::vector<Tween<Geometry>>& tweens, bool from, bool to) {
   size_t n = 0;
-  for (const auto& tween : tweens) n += tween.from.has_value() == from && tween.to.has_value() == to;
+  for (const auto& tween : tweens)
+    n += tween.from.has_value() == from && tween.to.has_value() == to;
   return n;
 }
 
@@ -51,8 +52,12 @@ TEST(TreemapTransition, ZoomInGrowsTheFolderAndPushesItsSiblingsOut) {
   for (const auto& tween : tweens) {
     EXPECT_EQ(at(tween, 0), tween.start);
     EXPECT_EQ(at(tween, 1), tween.end);
-    if (tween.to) EXPECT_EQ(tween.end, after.shapes()[*tween.to].rect);
-    if (tween.from) EXPECT_EQ(tween.start, before.shapes()[*tween.from].rect);
+    if (tween.to) {
+      EXPECT_EQ(tween.end, after.shapes()[*tween.to].rect);
+    }
+    if (tween.from) {
+      EXPECT_EQ(tween.start, before.shapes()[*tween.from].rect);
+    }
     if (!tween.from) {
       // What appears starts inside the folder's old tile and fades in.
       EXPECT_TRUE(within(before.shapes()[bigBefore].rect, tween.start, 1e-9));
@@ -64,13 +69,14 @@ TEST(TreemapTransition, ZoomInGrowsTheFolderAndPushesItsSiblingsOut) {
       EXPECT_EQ(opacity(tween, 0.25), 0.75);
     }
   }
-  const auto& root = *std::find_if(tweens.begin(), tweens.end(),
-                                   [](const auto& t) { return t.to == size_t{0}; });
+  const auto& root =
+      *std::find_if(tweens.begin(), tweens.end(), [](const auto& t) { return t.to == size_t{0}; });
   EXPECT_EQ(root.from, bigBefore);
   EXPECT_EQ(root.end, kScreen);
   EXPECT_EQ(countWhere(tweens, true, false), 4u);  // /data and its three other children
   EXPECT_EQ(countWhere(tweens, false, true), 2u);  // a's children x and y
-  EXPECT_EQ(countWhere(tweens, true, true) + countWhere(tweens, false, true), after.shapes().size());
+  EXPECT_EQ(countWhere(tweens, true, true) + countWhere(tweens, false, true),
+            after.shapes().size());
   // Disappearing shapes come first, then the new layout in its drawing order.
   for (size_t i = 0; i < 4; ++i) EXPECT_FALSE(tweens[i].to.has_value());
   for (size_t i = 4; i < tweens.size(); ++i) EXPECT_EQ(tweens[i].to, i - 4);
@@ -85,7 +91,9 @@ TEST(TreemapTransition, ZoomOutBringsTheSiblingsInFromOutside) {
     if (!tween.from && outside.shapes()[*tween.to].depth == 1) {
       EXPECT_EQ(overlapArea(tween.start, kScreen), 0);
     }
-    if (tween.from && *tween.from == 0) EXPECT_EQ(tween.start, kScreen);
+    if (tween.from && *tween.from == 0) {
+      EXPECT_EQ(tween.start, kScreen);
+    }
   }
 }
 

@@ -32,7 +32,9 @@ void expectTreemapInvariants(const TreemapLayout& layout, const TreemapOptions& 
   for (size_t i = 0; i < tiles.size(); ++i) {
     const TreemapTile& tile = tiles[i];
     ASSERT_TRUE(std::isfinite(tile.rect.x + tile.rect.y + tile.rect.width + tile.rect.height));
-    if (i > 0) EXPECT_GE(tile.rect.area(), options.minimumArea * (1 - 1e-12)) << label(tile);
+    if (i > 0) {
+      EXPECT_GE(tile.rect.area(), options.minimumArea * (1 - 1e-12)) << label(tile);
+    }
     if (tile.content.empty()) {
       EXPECT_TRUE(children[i].empty());
       continue;
@@ -188,7 +190,8 @@ TEST(TreemapHit, AgreesWithBruteForce) {
     // Corners and shared edges, where rounding is most likely to disagree.
     for (size_t i = 0; i < std::min<size_t>(layout.shapes().size(), 400); ++i) {
       const TreemapTile& tile = layout.shapes()[i];
-      for (const Point p : {Point{tile.rect.x, tile.rect.y}, Point{tile.rect.right(), tile.rect.y}}) {
+      for (const Point p :
+           {Point{tile.rect.x, tile.rect.y}, Point{tile.rect.right(), tile.rect.y}}) {
         ASSERT_EQ(layout.hit(p), bruteForceHit(layout, p));
       }
     }
