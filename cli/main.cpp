@@ -20,6 +20,7 @@
 #include "cli/schedule_command.h"
 #include "cli/summary.h"
 #include "cli/system_data_command.h"
+#include "cli/update_command.h"
 #include "kit/base/clock.h"
 #include "kit/cleanup/keep_list.h"
 #include "kit/platform/launch_agents.h"
@@ -118,6 +119,8 @@ int main(int argc, char** argv) {
       return kOk;
     case cli::Options::Command::agentGuide:
       return cli::printAgentGuide();
+    case cli::Options::Command::update:
+      return cli::updateTallyfin(*options, migratedPreferences());
     case cli::Options::Command::connect:
     case cli::Options::Command::disconnect:
     case cli::Options::Command::clients:

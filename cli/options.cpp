@@ -62,7 +62,11 @@ Expected<Options, std::string> parseOptions(const std::vector<std::string>& argu
       if (!text) return fail(text.error());
       (argument == "--store" ? options.store : options.root) = *text;
     } else if (argument == "--help" || argument == "-h") {
-      options.command = Options::Command::help;
+      if (options.command == Options::Command::update) {
+        options.commandHelp = true;
+      } else {
+        options.command = Options::Command::help;
+      }
     } else if (argument == "--duplicates") {
       options.command = Options::Command::duplicates;
       if (i + 1 < arguments.size() && !arguments[i + 1].starts_with("--")) options.folder = arguments[++i];
@@ -90,6 +94,14 @@ Expected<Options, std::string> parseOptions(const std::vector<std::string>& argu
         if (!scheduleNamed(schedule)) return fail("schedule takes off, daily or weekly, not " + schedule);
         options.schedule = schedule;
       }
+    } else if (i == 0 && argument == "update") {
+      options.command = Options::Command::update;
+    } else if (argument == "--check" || argument == "--download" || argument == "--if-due") {
+      (argument == "--check" ? options.check : argument == "--download" ? options.download : options.ifDue) = true;
+    } else if (argument == "--feed") {
+      auto text = value("--feed");
+      if (!text) return fail(text.error());
+      options.feed = *text;
     } else if (i == 0 && argument == "autopilot") {
       options.command = Options::Command::autopilot;
       if (i + 1 < arguments.size() && !arguments[i + 1].starts_with("--")) {
@@ -134,6 +146,16 @@ Expected<Options, std::string> parseOptions(const std::vector<std::string>& argu
   if (setting && (options.root || options.noScan || options.store)) {
     return fail(std::string("schedule and autopilot change settings; --root, --no-scan and --store do not apply"));
   }
+  const bool update = options.command == Options::Command::update;
+  if (!update && (options.check || options.download || options.ifDue || options.feed)) {
+    return fail(std::string("--check, --download, --if-due and --feed go with update"));
+  }
+  if (update && options.download && (options.check || options.ifDue)) {
+    return fail(std::string("update takes --check (with --if-due) or --download, not both"));
+  }
+  if (update && (options.root || options.noScan || options.store)) {
+    return fail(std::string("update looks for a new release; --root, --no-scan and --store do not apply"));
+  }
   if (duplicates && (options.root || options.noScan)) {
     return fail(std::string("--duplicates reads the last scan or a folder; --root and --no-scan do not apply"));
   }
@@ -166,6 +188,8 @@ Usage:
   tallyfin --apps               Installed apps, and what removed apps left behind
   tallyfin --duplicates [DIR]   Find identical files: the last scan's big files (100 MB+),
                                 or every file of at least --min-size MB in DIR
+  tallyfin update [--check]     Look for a newer signed release and show its notes
+  tallyfin update --download    Download and verify it, and print how to install it
 
 Options:
   --json        print the summary as JSON on standard output

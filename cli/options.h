@@ -12,7 +12,7 @@ namespace tallyfin::cli {
 
 struct Options {
   enum class Command { scan, help, mcp, connect, disconnect, clients, agentGuide, duplicates, systemData, apps,
-                       schedule, autopilot };
+                       schedule, autopilot, update };
 
   Command command = Command::scan;
   bool json = false;
@@ -28,12 +28,20 @@ struct Options {
   std::optional<std::string> folder;
   std::optional<int64_t> minimumBytes;
   bool fullHash = false;
+  // For update: check (the default) or download, another feed (mirrors, tests),
+  // and whether to check only when the daily check is due.
+  bool check = false;
+  bool download = false;
+  bool ifDue = false;
+  std::optional<std::string> feed;
+  bool commandHelp = false;  // --help after a command that has its own
 };
 
 inline constexpr std::string_view kUsage =
     "usage: tallyfin [--json] [--top N] [--no-scan] [--store DIR] [--root PATH] | mcp | "
     "connect CLIENT | disconnect CLIENT | clients | agent-guide | schedule [off|daily|weekly] | autopilot [off|DAYS] | "
-    "--duplicates [DIR] [--min-size MB] [--full] | --system-data | --apps | --background-scan";
+    "--duplicates [DIR] [--min-size MB] [--full] | --system-data | --apps | --background-scan | "
+    "update [--check|--download] [--feed URL] [--if-due]";
 
 // The options of one invocation, or the one-line reason they make no sense.
 Expected<Options, std::string> parseOptions(const std::vector<std::string>& arguments);

@@ -34,6 +34,8 @@ std::string_view key(Preferences::Flag flag) {
       return "menuBar.showFree";
     case Preferences::Flag::menuBarHideDock:
       return "menuBar.hideDock";
+    case Preferences::Flag::updateCheck:
+      return "updates.check";
     case Preferences::Flag::projectsStaleOnly:
       break;
   }
@@ -41,7 +43,8 @@ std::string_view key(Preferences::Flag flag) {
 }
 
 bool defaultOf(Preferences::Flag flag) {
-  return flag == Preferences::Flag::menuBarShow || flag == Preferences::Flag::menuBarShowFree;
+  return flag == Preferences::Flag::menuBarShow || flag == Preferences::Flag::menuBarShowFree ||
+         flag == Preferences::Flag::updateCheck;
 }
 
 json objectIn(const std::string& path) {
@@ -213,6 +216,22 @@ Status Preferences::setLanguage(Language language) const {
       current[std::string(kLanguages)] = json::array({std::string(*code)});
     } else {
       current.erase(std::string(kLanguages));
+    }
+  });
+}
+
+std::optional<double> Preferences::lastUpdateCheck() const { return read<double>("updates.lastCheck"); }
+
+Status Preferences::setLastUpdateCheck(double when) const { return set("updates.lastCheck", when); }
+
+std::string Preferences::skippedVersion() const { return read<std::string>("updates.skippedVersion").value_or(""); }
+
+Status Preferences::setSkippedVersion(const std::string& version) const {
+  return update([&](json& current) {
+    if (version.empty()) {
+      current.erase("updates.skippedVersion");
+    } else {
+      current["updates.skippedVersion"] = version;
     }
   });
 }

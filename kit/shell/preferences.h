@@ -32,7 +32,8 @@ inline constexpr std::string_view kLanguageNote = "The new language applies when
 
 class Preferences {
  public:
-  enum class Flag { menuBarShow, menuBarShowFree, menuBarHideDock, projectsStaleOnly };
+  // updateCheck: look for a new release once a day by itself (on unless turned off).
+  enum class Flag { menuBarShow, menuBarShowFree, menuBarHideDock, projectsStaleOnly, updateCheck };
 
   explicit Preferences(std::string file) : file_(std::move(file)) {}
   // The user's own: Tallyfin/preferences.json in the settings folder.
@@ -69,6 +70,15 @@ class Preferences {
 
   Language language() const;
   Status setLanguage(Language language) const;
+
+  // When a release feed was last fetched and verified (seconds since 1970); none
+  // before the first check.
+  std::optional<double> lastUpdateCheck() const;
+  Status setLastUpdateCheck(double when) const;
+
+  // The release the user chose not to hear about again; empty for none.
+  std::string skippedVersion() const;
+  Status setSkippedVersion(const std::string& version) const;
 
  private:
   // The stored object; empty when the file is missing or broken.

@@ -30,9 +30,20 @@ void flipByte(const std::string& path, int64_t offset) {
   ::close(fd);
 }
 
-void setModified(const std::string& path, int64_t seconds) {
-  const timespec times[2] = {{0, UTIME_OMIT}, {static_cast<time_t>(seconds), 0}};
+namespace {
+
+void setTimes(const std::string& path, const timespec (&times)[2]) {
   ASSERT_EQ(::utimensat(AT_FDCWD, path.c_str(), times, AT_SYMLINK_NOFOLLOW), 0) << path;
+}
+
+}  // namespace
+
+void setModified(const std::string& path, int64_t seconds) {
+  setTimes(path, {{0, UTIME_OMIT}, {static_cast<time_t>(seconds), 0}});
+}
+
+void setAccessed(const std::string& path, int64_t seconds) {
+  setTimes(path, {{static_cast<time_t>(seconds), 0}, {0, UTIME_OMIT}});
 }
 
 }  // namespace tallyfin::testing

@@ -19,4 +19,7 @@ void flipByte(const std::string& path, int64_t offset);
 // Sets the modification time in whole seconds since 1970.
 void setModified(const std::string& path, int64_t seconds);
 
+// Sets the access time in whole seconds since 1970.
+void setAccessed(const std::string& path, int64_t seconds);
+
 }  // namespace tallyfin::testing

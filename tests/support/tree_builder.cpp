@@ -25,8 +25,13 @@ void total(DiskNode& node) {
   }
   node.size = size;
   node.files = files;
+  // Largest first with the folded `smaller` node last, as the scanner's pruning leaves them.
   std::stable_sort(node.children.begin(), node.children.end(),
-                   [](const DiskNode& a, const DiskNode& b) { return a.size > b.size; });
+                   [](const DiskNode& a, const DiskNode& b) {
+                     const bool aFolded = a.kind == DiskNode::Kind::smaller;
+                     const bool bFolded = b.kind == DiskNode::Kind::smaller;
+                     return aFolded != bFolded ? bFolded : a.size > b.size;
+                   });
 }
 
 }  // namespace

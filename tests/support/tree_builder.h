@@ -16,7 +16,8 @@ class TreeBuilder {
   // A node at an absolute path with its own size; folders above it are made as needed.
   TreeBuilder& add(const std::string& path, int64_t size,
                    DiskNode::Kind kind = DiskNode::Kind::folder, int64_t modified = 0);
-  // The tree from "/", each folder's size the sum of its children, largest first.
+  // The tree from "/", each folder's size the sum of its children, largest first
+  // and a `smaller` node last.
   DiskNode build() const;
 
  private:

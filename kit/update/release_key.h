@@ -1,0 +1,18 @@
+#pragma once
+
+// The public half of the key that signs Tallyfin's releases. Only the holder of
+// the private half can sign a release feed this program accepts; the private key
+// is kept off the repository (scripts/sign-release.sh uses it).
+
+#include <array>
+
+namespace tallyfin {
+
+// A raw Ed25519 public key.
+using PublicKey = std::array<unsigned char, 32>;
+
+inline constexpr PublicKey kReleasePublicKey = {
+    0xfb, 0x07, 0xd5, 0x9b, 0x3a, 0x0b, 0x6f, 0xa4, 0x27, 0xc3, 0x70, 0xb2, 0x7a, 0xc4, 0xb8, 0xcc,
+    0xfd, 0x95, 0xbc, 0x91, 0xad, 0x01, 0xa3, 0x3d, 0xbb, 0x20, 0xf7, 0x6a, 0x42, 0xd9, 0x68, 0x01};
+
+}  // namespace tallyfin

@@ -1,0 +1,138 @@
+#include "kit/update/web_fetch.h"
+
+#include <curl/curl.h>
+
+#include <cmath>
+#include <memory>
+#include <mutex>
+
+#include "kit/store/format.h"
+#include "kit/update/fetch_address.h"
+#include "kit/update/this_version.h"
+
+namespace tallyfin {
+namespace {
+
+using Reason = FetchError::Reason;
+
+struct Transfer {
+  int64_t maxBytes;
+  std::string body;
+  bool overCap = false;
+};
+
+// Bodies without an announced length are held to the cap as they arrive.
+size_t receive(char* data, size_t size, size_t count, void* user) {
+  auto& transfer = *static_cast<Transfer*>(user);
+  const size_t bytes = size * count;
+  if (static_cast<int64_t>(transfer.body.size() + bytes) > transfer.maxBytes) {
+    transfer.overCap = true;
+    return CURL_WRITEFUNC_ERROR;
+  }
+  transfer.body.append(data, bytes);
+  return bytes;
+}
+
+void initialiseOnce() {
+  static std::once_flag once;
+  std::call_once(once, [] { curl_global_init(CURL_GLOBAL_DEFAULT); });
+}
+
+// "the release feed" as the start of a sentence.
+std::string sentenceStart(std::string text) {
+  if (!text.empty() && text[0] >= 'a' && text[0] <= 'z')
+    text[0] = static_cast<char>(text[0] - 'a' + 'A');
+  return text;
+}
+
+std::string seconds(double value) {
+  return std::to_string(static_cast<long>(std::ceil(value))) + " s";
+}
+
+FetchError explain(CURLcode code, CURL* curl, const Transfer& transfer, const FetchLimits& limits,
+                   const std::string& what, const std::string& url) {
+  const std::string at = what + " at " + url;
+  if (transfer.overCap || code == CURLE_FILESIZE_EXCEEDED) {
+    return {Reason::tooLarge, sentenceStart(at) + " is larger than " +
+                                  Format::bytes(limits.maxBytes) + " — it was not kept."};
+  }
+  switch (code) {
+    case CURLE_COULDNT_RESOLVE_HOST:
+    case CURLE_COULDNT_RESOLVE_PROXY:
+    case CURLE_COULDNT_CONNECT:
+      return {Reason::unreachable, "Could not reach " + url + " for " + what +
+                                       " — check the network connection and try again."};
+    case CURLE_PEER_FAILED_VERIFICATION:
+    case CURLE_SSL_CONNECT_ERROR:
+      return {Reason::untrusted, "The certificate of " + url +
+                                     " could not be verified, so nothing was read from it — check "
+                                     "the address and the system's clock."};
+    case CURLE_OPERATION_TIMEDOUT:
+      return {Reason::timedOut, sentenceStart(at) + " did not arrive within " +
+                                    seconds(limits.seconds) +
+                                    " — check the network connection and try again."};
+    case CURLE_PARTIAL_FILE:
+    case CURLE_RECV_ERROR:
+    case CURLE_GOT_NOTHING:
+      return {Reason::incomplete, sentenceStart(at) + " arrived incomplete — try again later."};
+    case CURLE_HTTP_RETURNED_ERROR: {
+      long status = 0;
+      curl_easy_getinfo(curl, CURLINFO_RESPONSE_CODE, &status);
+      return {Reason::httpStatus, "The server answered HTTP " + std::to_string(status) + " for " +
+                                      at + " — check the address, or try again later."};
+    }
+    case CURLE_UNSUPPORTED_PROTOCOL:
+    case CURLE_TOO_MANY_REDIRECTS: {
+      char* next = nullptr;
+      curl_easy_getinfo(curl, CURLINFO_REDIRECT_URL, &next);
+      return {Reason::redirect,
+              sentenceStart(at) + " redirected to " +
+                  (next ? std::string(next) : "another address") +
+                  ", which is refused — updates follow redirects only to https addresses."};
+    }
+    default:
+      return {Reason::other,
+              "Could not fetch " + at + " (" + curl_easy_strerror(code) + ") — try again later."};
+  }
+}
+
+}  // namespace
+
+Expected<std::string, FetchError> fetchText(std::string_view url, const FetchLimits& limits,
+                                            std::string_view what) {
+  const auto address = FetchAddress::check(url);
+  if (!address) return fail(FetchError{Reason::refused, address.error().message});
+  initialiseOnce();
+  const std::unique_ptr<CURL, decltype(&curl_easy_cleanup)> curl(curl_easy_init(),
+                                                                 &curl_easy_cleanup);
+  if (!curl) return fail(FetchError{Reason::other, "Could not start a download — try again."});
+  CURL* handle = curl.get();
+  Transfer transfer{limits.maxBytes, {}};
+  const auto milliseconds = static_cast<long>(limits.seconds * 1000);
+  curl_easy_setopt(handle, CURLOPT_URL, address->url.c_str());
+  // Plain http only where the address check allowed it; redirects only to https.
+  curl_easy_setopt(handle, CURLOPT_PROTOCOLS_STR, address->loopback ? "http,https" : "https");
+  curl_easy_setopt(handle, CURLOPT_FOLLOWLOCATION, 1L);
+  curl_easy_setopt(handle, CURLOPT_REDIR_PROTOCOLS_STR, "https");
+  curl_easy_setopt(handle, CURLOPT_MAXREDIRS, 5L);
+  // This computer is never reached through a proxy.
+  if (address->loopback) curl_easy_setopt(handle, CURLOPT_PROXY, "");
+  curl_easy_setopt(handle, CURLOPT_NOSIGNAL, 1L);
+  curl_easy_setopt(handle, CURLOPT_FAILONERROR, 1L);
+  curl_easy_setopt(handle, CURLOPT_CONNECTTIMEOUT_MS, milliseconds);
+  if (limits.wholeTransfer) curl_easy_setopt(handle, CURLOPT_TIMEOUT_MS, milliseconds);
+  curl_easy_setopt(handle, CURLOPT_LOW_SPEED_LIMIT, 1L);
+  curl_easy_setopt(handle, CURLOPT_LOW_SPEED_TIME, static_cast<long>(std::ceil(limits.seconds)));
+  curl_easy_setopt(handle, CURLOPT_MAXFILESIZE_LARGE, static_cast<curl_off_t>(limits.maxBytes));
+  const std::string agent = "Tallyfin/" + std::string(thisVersion());
+  curl_easy_setopt(handle, CURLOPT_USERAGENT, agent.c_str());
+  curl_easy_setopt(handle, CURLOPT_WRITEFUNCTION, &receive);
+  curl_easy_setopt(handle, CURLOPT_WRITEDATA, &transfer);
+  const CURLcode code = curl_easy_perform(handle);
+  if (code != CURLE_OK) {
+    return fail(explain(code, handle, transfer, limits, std::string(what), address->url));
+  }
+  return std::move(transfer.body);
+}
+
+}  // namespace tallyfin
