@@ -133,10 +133,12 @@ Expected<PipelineResult, PipelineError> ScanPipeline::run(const CancelToken& can
   }
   auto history = HistoryFiles::appendHistory(store, entry);
   if (!history) return fail(storageError(history.error()));
-  result.history = std::move(history).value();
+  result.history = std::move(history->list);
+  if (history->note) result.warnings.push_back(*history->note);
   auto samples = HistoryFiles::appendFolderSample(store, Analysis::folderSample(now, snapshot));
   if (!samples) return fail(storageError(samples.error()));
-  result.folderSamples = std::move(samples).value();
+  result.folderSamples = std::move(samples->list);
+  if (samples->note) result.warnings.push_back(*samples->note);
   if (auto saved = store.save(scan->timings, Store::File::timings); !saved) {
     return fail(storageError(saved.error()));
   }
