@@ -44,6 +44,10 @@ void sparseFile(const std::string& path, int64_t logical);
 void hardLink(const std::string& existing, const std::string& link);
 void symbolicLink(const std::string& target, const std::string& link);
 void setMode(const std::string& path, mode_t mode);
+// `levels` folders named "d", each inside the one before, below `top`, each
+// holding a 1-byte file "f"; made relative to folder descriptors, so paths far
+// longer than PATH_MAX come out right.
+void makeDeepChain(const std::string& top, int levels);
 
 // st_blocks * 512 of one path, not following links.
 int64_t allocatedBytes(const std::string& path);
