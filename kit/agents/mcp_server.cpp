@@ -1,5 +1,6 @@
 #include "kit/agents/mcp_server.h"
 
+#include <cerrno>
 #include <map>
 
 #include "kit/agents/mcp_tools.h"
@@ -216,8 +217,17 @@ std::shared_ptr<const ScanReport> MCPServer::report() {
     const std::lock_guard lock(cacheLock_);
     if (cached_ && cachedDate_ == date) return cached_;
   }
-  auto loaded = loadReport(settings_.store);
-  if (!loaded) throw ToolError("No scan yet. Call scan_disk first (takes 15\u201360 s).");
+  auto loaded = readReport(settings_.store);
+  if (!loaded) {
+    switch (loaded.error().code) {
+      case ENOENT:
+        throw ToolError("No scan yet. Call scan_disk first (takes 15\u201360 s).");
+      case EILSEQ:
+        throw ToolError(loaded.error().message + ". Call scan_disk to replace it.");
+      default:
+        throw ToolError(loaded.error().message);
+    }
+  }
   if (loaded->home != settings_.home) {
     throw ToolError("The saved scan belongs to another home folder. Call scan_disk.");
   }

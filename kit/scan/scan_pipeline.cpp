@@ -113,6 +113,7 @@ Expected<PipelineResult, PipelineError> ScanPipeline::run(const CancelToken& can
   report.largeFiles = std::move(scan->largeFiles);
   report.types = std::move(scan->types);
   report.deniedCount = scan->deniedCount;
+  report.deniedSample = scan->deniedSample;
   report.taskCount = scan->taskCount;
   report.tree = std::move(scan->tree);
 

@@ -180,7 +180,13 @@ int runUnprivileged(const std::function<int()>& body) {
         ::_exit(254);
       }
     }
-    ::_exit(body());
+    // A failure that throws must end the child here, not run the remaining tests as another user.
+    int status = 253;
+    try {
+      status = body();
+    } catch (...) {
+    }
+    ::_exit(status);
   }
   int status = 0;
   ::waitpid(child, &status, 0);

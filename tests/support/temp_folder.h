@@ -53,7 +53,8 @@ void makeDeepChain(const std::string& top, int levels);
 int64_t allocatedBytes(const std::string& path);
 
 // Runs `body` in a child process that cannot bypass permissions (as root it drops
-// to the nobody user first); returns the child's exit status, 255 for a crash.
+// to the nobody user first); returns the child's exit status, 253 when `body`
+// throws, 255 for a crash.
 int runUnprivileged(const std::function<int()>& body);
 
 // Makes the folder and everything in it readable by every user, so an unprivileged
