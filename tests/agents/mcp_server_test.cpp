@@ -147,6 +147,16 @@ TEST_F(Mcp, ToolErrorsAreResultsAndTheTextIsSortedJson) {
   EXPECT_EQ(failure("disk_status", {{"extra", 1}}), "Unknown argument extra");
 }
 
+TEST_F(Mcp, ADamagedOrMisplacedReportSaysWhatItIs) {
+  const std::string report = home.store().url(Store::File::report);
+  testing::writeText(report, R"({"version":1,"home":)");
+  EXPECT_EQ(failure("disk_status"), "The saved scan " + report + " is damaged and can't be read. Call scan_disk to replace it.");
+  std::filesystem::remove(report);
+  testing::makeFolder(report);
+  EXPECT_EQ(failure("list_cleanup_suggestions"),
+            report + " is a folder, not a saved scan \u2014 remove it, then scan again.");
+}
+
 TEST_F(Mcp, AReportReplacedBetweenCallsIsReadAgain) {
   scan();
   const int64_t first = tool("disk_status")["scanned_at"];
@@ -370,10 +380,24 @@ TEST_F(Mcp, UninstallsAnAppWithItsDefaultLeftoversAfterAPreview) {
 
   EXPECT_TRUE(failure("uninstall_app", {{"app", app}, {"confirm", true}}).starts_with("Preview first: call uninstall_app"));
   EXPECT_TRUE(testing::pathExists(app));
-  const json moved = tool("uninstall_app", {{"app", app}, {"confirm", true}, {"preview_token", preview["preview_token"]}});
+  // An app put back in place of the previewed one is another app: nothing moves.
+  std::filesystem::rename(app, home / "Foo-aside.app");
+  testing::writeInfoPlist(app, {{"CFBundleIdentifier", "org.example.foo"}});
+  EXPECT_EQ(failure("uninstall_app", {{"app", app}, {"confirm", true}, {"preview_token", preview["preview_token"]}}),
+            app + ": Not as it was in the preview \u2014 preview again. Call uninstall_app without confirm again.");
+  EXPECT_TRUE(testing::pathExists(app));
+
+  const json again = tool("uninstall_app", {{"app", app}});
+  const json confirm = {{"app", app}, {"confirm", true}, {"preview_token", again["preview_token"]}};
+  const json moved = tool("uninstall_app", confirm);
   EXPECT_EQ(moved["moved"].size(), 2u);
   EXPECT_FALSE(testing::pathExists(app));
   EXPECT_TRUE(testing::pathExists(home / "Library/Group Containers/group.org.example.foo"));
+  // Installed again, with its cache, the app is not moved by the same confirmation.
+  testing::writeInfoPlist(app, {{"CFBundleIdentifier", "org.example.foo"}});
+  testing::writeFile(home / "Library/Caches/org.example.foo/a", 10);
+  EXPECT_TRUE(failure("uninstall_app", confirm).starts_with("That preview_token was already used. Call uninstall_app"));
+  EXPECT_TRUE(testing::pathExists(app));
 }
 
 TEST_F(Mcp, DuplicateSearchesStayInsideTheHomeFolder) {

@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
 
 #include <algorithm>
 #include <mutex>
@@ -199,6 +200,14 @@ TEST(Scanner, FoldersOfAnyDepthAreCounted) {
   EXPECT_EQ(root.child("three-hundred")->files, 2);
   ASSERT_NE(root.child("ten-thousand"), nullptr);
   EXPECT_EQ(root.child("ten-thousand")->files, 10'000);
+
+  // The kept tree stops at a depth every reader can walk: the saved form reads back.
+  size_t depth = 0;
+  for (const DiskNode* node = &scan.tree; !node->children.empty(); node = &node->children.front()) ++depth;
+  EXPECT_LE(depth, DiskNode::kDeepestLevel);
+  const auto decoded = decodeDiskNode(nlohmann::json::parse(encodeJson(scan.tree)));
+  ASSERT_TRUE(decoded.ok()) << decoded.error();
+  EXPECT_EQ(*decoded, scan.tree);
 }
 
 TEST(Scanner, NeverFollowsLinksNorCrossesMounts) {
