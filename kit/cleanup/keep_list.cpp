@@ -36,8 +36,9 @@ Error damaged(const Store& store) {
 }  // namespace
 
 Expected<std::set<std::string>, Error> read(const Store& store) {
+  if (!store.isTrusted()) return fail(Error{"Tallyfin can't tell what you chose to keep. " + store.trustProblem(), EACCES});
   auto list = store.loadForChange<std::set<std::string>>(Store::File::keep);
-  if (!list) return fail(store.isTrusted() ? damaged(store) : list.error());
+  if (!list) return fail(damaged(store));
   return list->value_or(std::set<std::string>{});
 }
 

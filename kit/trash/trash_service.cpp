@@ -49,6 +49,18 @@ ItemIdentity identityOf(const struct stat& info) {
   return {typeOf(info.st_mode), static_cast<uint64_t>(info.st_dev), static_cast<uint64_t>(info.st_ino)};
 }
 
+// A single trailing "/" is not part of the item's name.
+std::string withoutTrailingSlash(std::string path) {
+  if (path.size() >= 2 && path.back() == '/') path.pop_back();
+  return path;
+}
+
+// Why an item that is `now` on disk is not the one that was seen, if it isn't.
+std::optional<std::string> replacedSinceSeen(const TrashItem& item, const struct stat& now) {
+  if (!item.seen || item.seen->matches(identityOf(now))) return std::nullopt;
+  return std::string(kReplaced);
+}
+
 // The Trash's own folder must be itself: no link on the way, so what lands there
 // can be found there again.
 bool isRealFolder(const std::string& path) {
@@ -110,8 +122,7 @@ TrashService::TrashService(std::string home, Store store, std::shared_ptr<Trashe
 
 std::optional<std::string> TrashService::refusal(const std::string& given, Origin origin) const {
   if (!isSyntaxValid(given)) return "Invalid path";
-  std::string path = given;
-  if (path.size() >= 2 && path.back() == '/') path.pop_back();
+  const std::string path = withoutTrailingSlash(given);
   const std::string lower = lowercased(path);
 
   const bool leftover = origin == Origin::appLeftover;
@@ -169,11 +180,9 @@ std::optional<std::string> TrashService::refusal(const std::string& given, Origi
 
 std::optional<std::string> TrashService::refusal(const TrashItem& item) const {
   if (auto reason = refusal(item.path, item.origin)) return reason;
-  if (!item.seen) return std::nullopt;
-  const auto now = ItemIdentity::of(item.path);
-  if (!now) return std::string(kNoLongerExists);
-  if (!item.seen->matches(*now)) return std::string(kReplaced);
-  return std::nullopt;
+  struct stat now;
+  if (::lstat(withoutTrailingSlash(item.path).c_str(), &now) != 0) return std::string(kNoLongerExists);
+  return replacedSinceSeen(item, now);
 }
 
 TrashOutcome TrashService::trash(const std::vector<TrashItem>& items,
@@ -181,19 +190,19 @@ TrashOutcome TrashService::trash(const std::vector<TrashItem>& items,
   TrashOutcome outcome;
   outcome.batch = Journal::batchId(now);
   for (const auto& item : items) {
-    if (auto reason = refusal(item)) {
+    if (auto reason = refusal(item.path, item.origin)) {
       outcome.failed.emplace_back(item.path, *reason);
       continue;
     }
-    std::string path = item.path;
-    if (path.size() >= 2 && path.back() == '/') path.pop_back();
+    const std::string path = withoutTrailingSlash(item.path);
     struct stat before;
     if (::lstat(path.c_str(), &before) != 0) {
       outcome.failed.emplace_back(item.path, std::string(kNoLongerExists));
       continue;
     }
-    if (item.seen && !item.seen->matches(identityOf(before))) {
-      outcome.failed.emplace_back(item.path, std::string(kReplaced));
+    // Compared on the very lstat whose identity the Trash must give back.
+    if (auto reason = replacedSinceSeen(item, before)) {
+      outcome.failed.emplace_back(item.path, *reason);
       continue;
     }
     auto landed = trasher_->trash(path);
