@@ -268,7 +268,7 @@ json MCPServer::uninstallApp(const json& arguments) {
     const PreviewedItem* seen = previewed(shown, moving[i]);
     const auto now = ItemIdentity::of(moving[i]);
     if (!seen || !now || !seen->identity.matches(*now) || seen->size != sizes[i]) {
-      throw ToolError(moving[i] + ": " + kNotAsPreviewed + " Call uninstall_app without confirm again.");
+      throw ToolError(moving[i] + " changed since the preview \u2014 call uninstall_app without confirm again.");
     }
   }
   const TrashService trash = trashService();

@@ -258,6 +258,18 @@ TEST_F(Mcp, APreviewTokenConfirmsOneMoveOnly) {
   EXPECT_TRUE(testing::pathExists(cache + "/content/new"));
 }
 
+TEST_F(Mcp, AMoveOverADamagedJournalSaysEarlierBatchesAreLost) {
+  scan();
+  const std::string cache = home / ".npm/_cacache";
+  testing::writeText(home.store().url(Store::File::journal), R"([{"path":"/x","trashedPath":)");
+  const std::string token = tool("move_to_trash", {{"paths", {cache}}})["preview_token"];
+  const json moved = tool("move_to_trash", {{"paths", {cache}}, {"confirm", true}, {"preview_token", token}});
+  EXPECT_EQ(moved["moved"], json::array({cache}));
+  EXPECT_TRUE(moved["journal_note"].get<std::string>().starts_with(
+      "Earlier records in trash-journal.json couldn't be read; the damaged file is kept as "));
+  EXPECT_EQ(tool("undo_trash")["restored"], json::array({cache}));  // this batch was recorded
+}
+
 TEST_F(Mcp, AnItemSwappedAfterThePreviewStaysWhereItIs) {
   scan();
   const std::string cache = home / ".npm/_cacache";
@@ -384,7 +396,7 @@ TEST_F(Mcp, UninstallsAnAppWithItsDefaultLeftoversAfterAPreview) {
   std::filesystem::rename(app, home / "Foo-aside.app");
   testing::writeInfoPlist(app, {{"CFBundleIdentifier", "org.example.foo"}});
   EXPECT_EQ(failure("uninstall_app", {{"app", app}, {"confirm", true}, {"preview_token", preview["preview_token"]}}),
-            app + ": Not as it was in the preview \u2014 preview again. Call uninstall_app without confirm again.");
+            app + " changed since the preview \u2014 call uninstall_app without confirm again.");
   EXPECT_TRUE(testing::pathExists(app));
 
   const json again = tool("uninstall_app", {{"app", app}});
