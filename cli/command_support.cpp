@@ -1,18 +1,29 @@
 #include "cli/command_support.h"
 
+#include "cli/text_layout.h"
 #include "kit/base/paths.h"
 
 #include <limits.h>
 #include <stdlib.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <cstdio>
 
 namespace tallyfin::cli {
 
-void diagnose(const std::string& message) { std::fprintf(stderr, "tallyfin: %s\n", message.c_str()); }
+void diagnose(const std::string& message) {
+  std::fprintf(stderr, "tallyfin: %s\n", terminalSafe(message).c_str());
+}
 
-std::string noSavedScanMessage(const Store& store) { return "no saved scan in " + store.directory(); }
+std::optional<ScanReport> savedReport(const Store& store, std::string_view nextStep) {
+  auto report = readReport(store);
+  if (report) return std::move(*report);
+  const Error& error = report.error();
+  // A missing or damaged report is replaced by the next scan; anything else needs a hand first.
+  diagnose(error.code == ENOENT || error.code == EILSEQ ? error.message + std::string(nextStep) : error.message);
+  return std::nullopt;
+}
 
 std::string givenPath(const std::string& given, const std::string& home) {
   const std::string path = expandedHome(given, home);

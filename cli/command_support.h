@@ -5,6 +5,10 @@
 
 #include <string>
 
+#include <optional>
+#include <string_view>
+
+#include "kit/store/scan_report.h"
 #include "kit/store/store.h"
 
 namespace tallyfin::cli {
@@ -16,8 +20,9 @@ enum ExitCode { kOk = 0, kScanFailed = 1, kBusy = 2, kNoReport = 3, kBadArgument
 // "tallyfin: MESSAGE" on standard error.
 void diagnose(const std::string& message);
 
-// "no saved scan in DIR", for the caller to finish with what to do.
-std::string noSavedScanMessage(const Store& store);
+// The saved report; when there is none, says why on standard error, ending a
+// missing or damaged report's sentence with `nextStep` (" — run tallyfin to scan first.").
+std::optional<ScanReport> savedReport(const Store& store, std::string_view nextStep);
 
 // A path from the command line as a real absolute path: "~" is the home folder,
 // a relative path starts at the working folder, links are resolved when it exists.

@@ -56,11 +56,8 @@ int planFolderSearch(const Options& options, const std::string& home, Plan& plan
 }
 
 int planScanSearch(const Options& options, const Store& store, const std::string& home, Plan& plan) {
-  const auto report = loadReport(store);
-  if (!report) {
-    diagnose(noSavedScanMessage(store) + " — run tallyfin to scan first, or give --duplicates a folder.");
-    return kNoReport;
-  }
+  const auto report = savedReport(store, " — run tallyfin to scan first, or give --duplicates a folder.");
+  if (!report) return kNoReport;
   plan.search.home = home;
   plan.search.minimum = options.minimumBytes.value_or(DuplicateFinder::kDefaultMinimum);
   for (const auto& file : report->largeFiles) plan.candidates.push_back({file.path, file.size, file.modified});
@@ -112,7 +109,7 @@ std::string textDuplicates(const nlohmann::json& found, const std::string& home)
   const auto groups = found.at("groups");
   const int64_t reclaimable = found.at("reclaimable_bytes").get<int64_t>();
   const std::string where = found.contains("folder")
-                                ? " in " + Format::shortPath(found["folder"].get<std::string>(), home)
+                                ? " in " + terminalSafe(Format::shortPath(found["folder"].get<std::string>(), home))
                                 : " among the last scan's big files";
   const std::string floor = Format::bytes(found.at("min_size_mb").get<int64_t>() * 1'000'000);
   if (groups.empty()) return "No identical files of " + floor + " or more" + where + ".\n";
@@ -132,7 +129,7 @@ std::string textDuplicates(const nlohmann::json& found, const std::string& home)
     text += "\n" + Format::bytes(size) + " × " + std::to_string(files.size()) + ", " + gain + "\n";
     for (const auto& file : files) {
       text += file.at("keep").get<bool>() ? "  keep  " : "        ";
-      text += Format::shortPath(file.at("path").get<std::string>(), home) + "  (" +
+      text += terminalSafe(Format::shortPath(file.at("path").get<std::string>(), home)) + "  (" +
               file.at("modified").get<std::string>().substr(0, 10) + ")\n";
     }
   }

@@ -51,11 +51,8 @@ int printSummary(const cli::Options& options, const Store& store, const ScanRepo
 }
 
 int showSavedScan(const cli::Options& options, const Store& store) {
-  const auto report = loadReport(store);
-  if (!report) {
-    diagnose(cli::noSavedScanMessage(store) + " — run tallyfin without --no-scan to make one.");
-    return kNoReport;
-  }
+  const auto report = cli::savedReport(store, " — run tallyfin without --no-scan to make one.");
+  if (!report) return kNoReport;
   return printSummary(options, store, *report);
 }
 

@@ -35,6 +35,12 @@ std::optional<int> wholeNumber(std::string_view text) {
   return value;
 }
 
+bool isCommand(std::string_view word) {
+  static constexpr std::array<std::string_view, 7> kCommands = {"mcp",       "clients", "agent-guide", "schedule",
+                                                                "autopilot", "connect", "disconnect"};
+  return std::find(kCommands.begin(), kCommands.end(), word) != kCommands.end();
+}
+
 }  // namespace
 
 Expected<Options, std::string> parseOptions(const std::vector<std::string>& arguments) {
@@ -60,6 +66,7 @@ Expected<Options, std::string> parseOptions(const std::vector<std::string>& argu
     } else if (argument == "--store" || argument == "--root") {
       auto text = value(argument);
       if (!text) return fail(text.error());
+      if (text->empty()) return fail(argument + " needs a folder; an empty path names none");
       (argument == "--store" ? options.store : options.root) = *text;
     } else if (argument == "--help" || argument == "-h") {
       if (options.command == Options::Command::update) {
@@ -122,6 +129,9 @@ Expected<Options, std::string> parseOptions(const std::vector<std::string>& argu
       }
       options.command = argument == "connect" ? Options::Command::connect : Options::Command::disconnect;
       options.client = client;
+    } else if (isCommand(argument)) {
+      // Until options may go anywhere, a command must come first.
+      return fail(argument + " is a command: write it first, before any option (tallyfin " + argument + " …)");
     } else {
       return fail("unknown option " + argument);
     }

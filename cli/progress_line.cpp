@@ -50,7 +50,7 @@ void ProgressLine::show(const std::string& text, std::string_view path, bool fin
   lastDrawn_ = now;
   std::string line = text + "  " + elapsed(now - started_);
   if (!path.empty()) line += "  " + Format::shortPath(path, home_);
-  std::fprintf(stderr, "\r\033[K%s", fitWidth(line, terminalWidth() - 1).c_str());
+  std::fprintf(stderr, "\r\033[K%s", fitWidth(terminalSafe(line), terminalWidth() - 1).c_str());
   std::fflush(stderr);
   drawn_ = true;
 }

@@ -1,5 +1,6 @@
 #include "cli/summary.h"
 
+#include <algorithm>
 #include <cmath>
 #include <limits>
 
@@ -15,6 +16,7 @@ namespace {
 
 constexpr size_t kWidth = 80;
 constexpr int64_t kSmallestFolderListed = 1'048'576;
+constexpr size_t kUnreadableNamed = 3;
 
 std::vector<const CleanupItem*> visibleItems(const SummaryInput& input) {
   std::vector<const CleanupItem*> items;
@@ -59,6 +61,7 @@ nlohmann::json jsonSummary(const SummaryInput& input) {
   for (const auto& folder : biggestFolders(input)) {
     folders.push_back({{"path", folder.path}, {"size", folder.size}});
   }
+  summary["unreadable"] = {{"count", input.report.deniedCount}, {"paths", input.report.deniedSample}};
   summary["suggestions"] = std::move(suggestions);
   summary["biggest_folders"] = std::move(folders);
   return summary;
@@ -69,7 +72,7 @@ std::string textSummary(const SummaryInput& input) {
   const std::string& home = report.home;
   std::string out;
   const auto line = [&out](std::string_view text) {
-    out += fitWidth(text, kWidth);
+    out += fitWidth(terminalSafe(text), kWidth);
     out += '\n';
   };
 
@@ -86,8 +89,15 @@ std::string textSummary(const SummaryInput& input) {
   line("Scanned " + Format::bytes(report.scannedBytes) + " in " + groupedNumber(report.fileCount) +
        " files in " + seconds(report.duration));
   if (report.deniedCount > 0) {
-    line(groupedNumber(report.deniedCount) +
-         (report.deniedCount == 1 ? " folder" : " folders") + " could not be read.");
+    // The first few by name, one a line, so a long path is never lost among others.
+    const int64_t count = report.deniedCount;
+    const size_t named = std::min(report.deniedSample.size(), kUnreadableNamed);
+    line(groupedNumber(count) + (count == 1 ? " folder" : " folders") + " could not be read" +
+         (named > 0 ? ":" : "."));
+    for (size_t i = 0; i < named; ++i) line("  " + Format::shortPath(report.deniedSample[i], home));
+    if (named > 0 && count > static_cast<int64_t>(named)) {
+      line("  and " + groupedNumber(count - static_cast<int64_t>(named)) + " more");
+    }
   }
 
   if (!report.buckets.empty()) {

@@ -20,12 +20,12 @@ std::string textParts(const std::vector<SystemDataPart>& parts) {
   std::string text;
   for (const auto& part : parts) {
     const std::string size = part.size ? Format::bytes(*part.size) : "not measured";
-    text += column(part.title, kTitleWidth) + " " + size + "\n";
-    text += "    " + part.detail + "\n";
+    text += column(terminalSafe(part.title), kTitleWidth) + " " + size + "\n";
+    text += "    " + terminalSafe(part.detail) + "\n";
     if (part.action.kind == SystemDataPart::ActionKind::command) {
-      text += "    $ " + part.action.text + "\n";
+      text += "    $ " + terminalSafe(part.action.text) + "\n";
     } else if (part.action.kind != SystemDataPart::ActionKind::none) {
-      text += "    " + AgentJson::actionText(part.action) + "\n";
+      text += "    " + terminalSafe(AgentJson::actionText(part.action)) + "\n";
     }
   }
   return text + "\nNothing here is run for you: copy a command if you want it.\n";
@@ -34,11 +34,8 @@ std::string textParts(const std::vector<SystemDataPart>& parts) {
 }  // namespace
 
 int explainSystemData(const Options& options, const Store& store, const std::string& home) {
-  const auto report = loadReport(store);
-  if (!report) {
-    diagnose(noSavedScanMessage(store) + " — run tallyfin to scan first.");
-    return kNoReport;
-  }
+  const auto report = savedReport(store, " — run tallyfin to scan first.");
+  if (!report) return kNoReport;
   const auto parts = SystemDataScanner::forThisSystem(*report, home);
   const std::string text = options.json ? AgentJson::systemData(parts).dump(2) + "\n" : textParts(parts);
   std::fwrite(text.data(), 1, text.size(), stdout);

@@ -14,7 +14,65 @@ std::vector<size_t> characterStarts(std::string_view text) {
   return starts;
 }
 
+// The length of the UTF-8 sequence starting at `at`, or 0 when it is ill-formed.
+size_t sequenceLength(std::string_view text, size_t at) {
+  const auto byte = [&](size_t i) { return static_cast<unsigned char>(text[i]); };
+  const unsigned char lead = byte(at);
+  const size_t length = lead < 0x80 ? 1 : lead >= 0xC2 && lead <= 0xDF ? 2 : lead >= 0xE0 && lead <= 0xEF ? 3
+                                                                          : lead >= 0xF0 && lead <= 0xF4 ? 4
+                                                                                                         : 0;
+  if (length == 0 || at + length > text.size()) return 0;
+  for (size_t i = 1; i < length; ++i) {
+    if ((byte(at + i) & 0xC0) != 0x80) return 0;
+  }
+  const unsigned char second = length > 1 ? byte(at + 1) : 0;
+  if ((lead == 0xE0 && second < 0xA0) || (lead == 0xED && second > 0x9F) || (lead == 0xF0 && second < 0x90) ||
+      (lead == 0xF4 && second > 0x8F)) {
+    return 0;  // overlong, surrogate or beyond U+10FFFF
+  }
+  return length;
+}
+
+// C1 controls, line and paragraph separators and the bidirectional overrides that
+// can make a name read as something else.
+bool isInvisibleControl(std::string_view sequence) {
+  if (sequence.size() == 2) return sequence[0] == '\xC2' && static_cast<unsigned char>(sequence[1]) < 0xA0;
+  if (sequence.size() != 3 || sequence[0] != '\xE2') return false;
+  const auto second = static_cast<unsigned char>(sequence[1]);
+  const auto third = static_cast<unsigned char>(sequence[2]);
+  return (second == 0x80 && third >= 0xA8 && third <= 0xAE) || (second == 0x81 && third >= 0xA6 && third <= 0xA9);
+}
+
 }  // namespace
+
+std::string terminalSafe(std::string_view text) {
+  std::string out;
+  out.reserve(text.size());
+  for (size_t at = 0; at < text.size();) {
+    const char c = text[at];
+    const size_t length = sequenceLength(text, at);
+    if (length == 0) {
+      out += '?';
+      ++at;
+      continue;
+    }
+    if (length == 1 && (static_cast<unsigned char>(c) < 0x20 || c == 0x7F)) {
+      switch (c) {
+        case '\x1b': out += "\\e"; break;
+        case '\n': out += "\\n"; break;
+        case '\r': out += "\\r"; break;
+        case '\t': out += "\\t"; break;
+        default: out += '?';
+      }
+    } else if (isInvisibleControl(text.substr(at, length))) {
+      out += '?';
+    } else {
+      out += text.substr(at, length);
+    }
+    at += length;
+  }
+  return out;
+}
 
 std::string fitWidth(std::string_view text, size_t width) {
   const auto starts = characterStarts(text);

@@ -1,5 +1,6 @@
 #include "kit/agents/mcp_server.h"
 
+#include <cerrno>
 #include <map>
 
 #include "kit/agents/mcp_tools.h"
@@ -25,6 +26,65 @@ json reply(const json& id, json result) {
 
 json errorReply(const json& id, int code, const std::string& message) {
   return {{"jsonrpc", "2.0"}, {"id", id}, {"error", {{"code", code}, {"message", message}}}};
+}
+
+// Finds the text of a top-level numeric "id", so an id too large for 64 bits (or
+// written with a fraction) goes back exactly as it came rather than as a rounded double.
+class NumericIdText : public nlohmann::json_sax<json> {
+ public:
+  std::optional<std::string> text;
+
+  bool null() override { return done(); }
+  bool boolean(bool) override { return done(); }
+  bool number_integer(number_integer_t) override { return done(); }
+  bool number_unsigned(number_unsigned_t) override { return done(); }
+  bool number_float(number_float_t, const string_t& raw) override {
+    if (depth_ == 1 && atId_) text = raw;
+    return done();
+  }
+  bool string(string_t&) override { return done(); }
+  bool binary(binary_t&) override { return done(); }
+  bool start_object(std::size_t) override { return enter(); }
+  bool end_object() override { return leave(); }
+  bool start_array(std::size_t) override { return enter(); }
+  bool end_array() override { return leave(); }
+  bool key(string_t& name) override {
+    atId_ = depth_ == 1 && name == "id";
+    return true;
+  }
+  bool parse_error(std::size_t, const std::string&, const nlohmann::detail::exception&) override { return false; }
+
+ private:
+  bool done() {
+    atId_ = false;
+    return true;
+  }
+  bool enter() {
+    ++depth_;
+    return done();
+  }
+  bool leave() {
+    --depth_;
+    return done();
+  }
+  int depth_ = 0;
+  bool atId_ = false;
+};
+
+// The reply as one line, its id written as the request wrote it.
+std::string replyLine(const json& reply, std::string_view request) {
+  if (!reply["id"].is_number_float()) return compact(reply);
+  NumericIdText finder;
+  json::sax_parse(request, &finder, json::input_format_t::json, false);
+  if (!finder.text) return compact(reply);
+  json shown = reply;
+  shown["id"] = nullptr;
+  std::string text = compact(shown);
+  // Keys are sorted, so "id" sits right before "jsonrpc"; string quotes are escaped,
+  // so this text cannot occur inside a message.
+  const std::string_view marker = "\"id\":null,\"jsonrpc\"";
+  text.replace(text.find(marker), 9, "\"id\":" + *finder.text);
+  return text;
 }
 
 const McpTool* toolNamed(const std::string& name) {
@@ -79,33 +139,38 @@ void MCPServer::runStdio(std::istream& in, std::FILE* out) {
 
 std::optional<std::string> MCPServer::handle(std::string_view line) {
   const json request = json::parse(line, nullptr, false);
-  if (!request.is_object()) return compact(errorReply(nullptr, -32700, "Parse error"));
+  if (request.is_discarded()) return compact(errorReply(nullptr, -32700, "Parse error"));
+  // Batches are not part of this protocol version; anything but an object is not a request.
+  if (!request.is_object()) return compact(errorReply(nullptr, -32600, "Invalid Request"));
   if (!request.contains("id")) return std::nullopt;  // a notification
   const json& id = request["id"];
-  if (!request.contains("method") || !request["method"].is_string()) return std::nullopt;
+  const auto answer = [&](const json& reply) { return replyLine(reply, line); };
+  if (!request.contains("method") || !request["method"].is_string()) {
+    return answer(errorReply(id, -32600, "Invalid Request"));
+  }
   const std::string method = request["method"].get<std::string>();
   const json params = request.contains("params") && request["params"].is_object() ? request["params"] : json::object();
 
   if (method == "initialize") {
     const bool echoed = params.contains("protocolVersion") && params["protocolVersion"].is_string();
-    return compact(reply(id, {{"protocolVersion", echoed ? params["protocolVersion"] : json(kProtocolVersion)},
-                              {"capabilities", {{"tools", {{"listChanged", false}}}}},
-                              {"serverInfo", {{"name", "tallyfin"}, {"title", "Tallyfin"}, {"version", settings_.version}}},
-                              {"instructions", kInstructions}}));
+    return answer(reply(id, {{"protocolVersion", echoed ? params["protocolVersion"] : json(kProtocolVersion)},
+                             {"capabilities", {{"tools", {{"listChanged", false}}}}},
+                             {"serverInfo", {{"name", "tallyfin"}, {"title", "Tallyfin"}, {"version", settings_.version}}},
+                             {"instructions", kInstructions}}));
   }
-  if (method == "ping") return compact(reply(id, json::object()));
+  if (method == "ping") return answer(reply(id, json::object()));
   if (method == "tools/list") {
     json tools = json::array();
     for (const auto& tool : mcpTools()) tools.push_back(tool.listing());
-    return compact(reply(id, {{"tools", std::move(tools)}}));
+    return answer(reply(id, {{"tools", std::move(tools)}}));
   }
   if (method == "tools/call") {
     const std::string name = params.contains("name") && params["name"].is_string() ? params["name"].get<std::string>() : "";
     const json arguments = params.contains("arguments") && !params["arguments"].is_null() ? params["arguments"]
                                                                                             : json::object();
-    return compact(reply(id, call(name, arguments)));
+    return answer(reply(id, call(name, arguments)));
   }
-  return compact(errorReply(id, -32601, "Method not found: " + method));
+  return answer(errorReply(id, -32601, "Method not found: " + method));
 }
 
 json MCPServer::call(const std::string& name, const json& arguments) {
@@ -152,8 +217,17 @@ std::shared_ptr<const ScanReport> MCPServer::report() {
     const std::lock_guard lock(cacheLock_);
     if (cached_ && cachedDate_ == date) return cached_;
   }
-  auto loaded = loadReport(settings_.store);
-  if (!loaded) throw ToolError("No scan yet. Call scan_disk first (takes 15\u201360 s).");
+  auto loaded = readReport(settings_.store);
+  if (!loaded) {
+    switch (loaded.error().code) {
+      case ENOENT:
+        throw ToolError("No scan yet. Call scan_disk first (takes 15\u201360 s).");
+      case EILSEQ:
+        throw ToolError(loaded.error().message + ". Call scan_disk to replace it.");
+      default:
+        throw ToolError(loaded.error().message);
+    }
+  }
   if (loaded->home != settings_.home) {
     throw ToolError("The saved scan belongs to another home folder. Call scan_disk.");
   }

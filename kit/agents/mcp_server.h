@@ -17,6 +17,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include "kit/agents/preview_ledger.h"
 #include "kit/agents/preview_token.h"
 #include "kit/scan/scan_pipeline.h"
 #include "kit/store/scan_report.h"
@@ -89,8 +90,17 @@ class MCPServer {
   nlohmann::json uninstallApp(const nlohmann::json& arguments);
   nlohmann::json undoTrash(const nlohmann::json& arguments);
 
+  // A preview token for these items, remembered for its one confirmation.
+  std::string issuePreview(const std::vector<std::string>& paths, std::vector<PreviewedItem> items);
+  // The items of the preview a confirmation carries, now used up; a ToolError
+  // says why there is none (`previewFirst` for a missing or foreign token).
+  std::vector<PreviewedItem> redeemPreview(const std::optional<std::string>& token,
+                                           const std::vector<std::string>& paths, const std::string& tool,
+                                           const char* previewFirst);
+
   McpSettings settings_;
   PreviewSigner signer_;
+  PreviewLedger previews_;
   std::mutex cacheLock_;
   std::optional<double> cachedDate_;
   std::shared_ptr<const ScanReport> cached_;

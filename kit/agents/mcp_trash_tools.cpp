@@ -33,7 +33,14 @@ constexpr const char* kUninstallPreviewFirst =
     "Preview first: call uninstall_app without confirm, show the result to the user, then confirm with the same "
     "arguments and the preview_token it returned (valid 10 minutes).";
 
+constexpr const char* kNotAsPreviewed = "Not as it was in the preview \u2014 preview again.";
+
 using Refusals = std::vector<std::pair<std::string, std::string>>;
+
+const PreviewedItem* previewed(const std::vector<PreviewedItem>& items, const std::string& path) {
+  const auto it = std::find_if(items.begin(), items.end(), [&](const PreviewedItem& item) { return item.path == path; });
+  return it == items.end() ? nullptr : &*it;
+}
 
 json refusalList(const Refusals& refusals) {
   json list = json::array();
@@ -60,6 +67,7 @@ json movedResult(const TrashOutcome& outcome, Refusals refused) {
                  {"refused", refusalList(refused)},
                  {"note", kMovedNote}};
   if (outcome.journalError) result["journal_error"] = *outcome.journalError;
+  if (outcome.journalNote) result["journal_note"] = *outcome.journalNote;
   return result;
 }
 
@@ -74,6 +82,36 @@ json leftoverEntry(const AppLeftover& leftover) {
 }
 
 }  // namespace
+
+std::string MCPServer::issuePreview(const std::vector<std::string>& paths, std::vector<PreviewedItem> items) {
+  const int64_t expires = static_cast<int64_t>(clock()) + PreviewSigner::kValidSeconds;
+  const std::string token = signer_.token(paths, expires, PreviewLedger::binding(items));
+  previews_.remember(token, static_cast<double>(expires), std::move(items));
+  return token;
+}
+
+std::vector<PreviewedItem> MCPServer::redeemPreview(const std::optional<std::string>& token,
+                                                    const std::vector<std::string>& paths, const std::string& tool,
+                                                    const char* previewFirst) {
+  const double now = clock();
+  PreviewLedger::Preview* preview = token ? previews_.find(*token, now) : nullptr;
+  if (!preview) throw ToolError(previewFirst);
+  switch (signer_.check(*token, paths, now, PreviewLedger::binding(preview->items))) {
+    case PreviewSigner::State::invalid:
+      throw ToolError(previewFirst);
+    case PreviewSigner::State::expired:
+      throw ToolError("That preview_token expired (a preview is valid 10 minutes). Call " + tool +
+                      " without confirm again, show the result to the user, then confirm with the new preview_token.");
+    case PreviewSigner::State::valid:
+      break;
+  }
+  if (preview->used) {
+    throw ToolError("That preview_token was already used. Call " + tool +
+                    " without confirm for a new preview, show it to the user, then confirm with its preview_token.");
+  }
+  preview->used = true;
+  return preview->items;
+}
 
 json MCPServer::moveToTrash(const json& arguments) {
   const auto current = report();
@@ -93,7 +131,8 @@ json MCPServer::moveToTrash(const json& arguments) {
       refused.emplace_back(path, "Not a cleanup suggestion from the last scan");
     } else if (!item->trashable) {
       refused.emplace_back(path, "Cleaned with its own tool: " + item->command.value_or("see the app"));
-    } else if (auto reason = trash.refusal(path, TrashItem::Origin::suggestion)) {
+    } else if (auto reason = trash.refusal({path, item->size, TrashItem::Origin::suggestion,
+                                            ItemIdentity::inScan(current->tree, path)})) {
       refused.emplace_back(path, *reason);
     } else {
       accepted.push_back(&*item);
@@ -103,7 +142,15 @@ json MCPServer::moveToTrash(const json& arguments) {
   if (!confirm) {
     int64_t total = 0;
     json wouldMove = json::array();
+    std::vector<PreviewedItem> shown;
     for (const CleanupItem* item : accepted) {
+      // What the user is shown is what may move: this very item, at this size.
+      const auto identity = ItemIdentity::of(item->path);
+      if (!identity) {
+        refused.emplace_back(item->path, "No longer exists");
+        continue;
+      }
+      shown.push_back({item->path, *identity, item->size});
       total = saturatingAdd(total, item->size);
       wouldMove.push_back(AgentJson::suggestionItem(*item));
     }
@@ -111,12 +158,19 @@ json MCPServer::moveToTrash(const json& arguments) {
             {"would_move", std::move(wouldMove)},
             {"total_bytes", total},
             {"refused", refusalList(refused)},
-            {"preview_token", signer_.token(paths, static_cast<int64_t>(clock()) + PreviewSigner::kValidSeconds)},
+            {"preview_token", issuePreview(paths, std::move(shown))},
             {"next", kMoveNext}};
   }
-  if (!token || !signer_.isValid(*token, paths, clock())) throw ToolError(kMovePreviewFirst);
+  const auto shown = redeemPreview(token, paths, "move_to_trash", kMovePreviewFirst);
   std::vector<TrashItem> items;
-  for (const CleanupItem* item : accepted) items.push_back({item->path, item->size, TrashItem::Origin::suggestion});
+  for (const CleanupItem* item : accepted) {
+    const PreviewedItem* seen = previewed(shown, item->path);
+    if (!seen || seen->size != item->size) {
+      refused.emplace_back(item->path, kNotAsPreviewed);
+    } else {
+      items.push_back({item->path, item->size, TrashItem::Origin::suggestion, seen->identity});
+    }
+  }
   return movedResult(trash.trash(items, std::string(kAgentLabel), clock()), std::move(refused));
 }
 
@@ -179,30 +233,44 @@ json MCPServer::uninstallApp(const json& arguments) {
   }
 
   std::vector<std::string> moving;
+  std::vector<int64_t> sizes;
   int64_t total = 0;
   json wouldMove = json::array();
   if (app) {
     moving.push_back(app->path);
+    sizes.push_back(app->size);
     total = app->size;
     wouldMove.push_back({{"path", app->path}, {"kind", "Application"}, {"size", app->size}});
   }
   for (const auto& leftover : chosen) {
     moving.push_back(leftover.path);
+    sizes.push_back(leftover.size);
     total = saturatingAdd(total, leftover.size);
     wouldMove.push_back(leftoverEntry(leftover));
   }
 
   if (!confirm) {
+    std::vector<PreviewedItem> shown;
+    for (size_t i = 0; i < moving.size(); ++i) {
+      if (auto identity = ItemIdentity::of(moving[i])) shown.push_back({moving[i], *identity, sizes[i]});
+    }
     return {{"preview", true},
             {app ? "app" : "orphan", std::move(subject)},
             {"would_move", std::move(wouldMove)},
             {"not_included", std::move(notIncluded)},
             {"total_bytes", total},
             {"refused", refusalList(refused)},
-            {"preview_token", signer_.token(moving, static_cast<int64_t>(clock()) + PreviewSigner::kValidSeconds)},
+            {"preview_token", issuePreview(moving, std::move(shown))},
             {"next", kUninstallNext}};
   }
-  if (!token || !signer_.isValid(*token, moving, clock())) throw ToolError(kUninstallPreviewFirst);
+  const auto shown = redeemPreview(token, moving, "uninstall_app", kUninstallPreviewFirst);
+  for (size_t i = 0; i < moving.size(); ++i) {
+    const PreviewedItem* seen = previewed(shown, moving[i]);
+    const auto now = ItemIdentity::of(moving[i]);
+    if (!seen || !now || !seen->identity.matches(*now) || seen->size != sizes[i]) {
+      throw ToolError(moving[i] + " changed since the preview \u2014 call uninstall_app without confirm again.");
+    }
+  }
   const TrashService trash = trashService();
   const TrashOutcome outcome = app ? AppUninstaller::uninstall(trash, *app, chosen, settings_.home, clock())
                                    : AppUninstaller::removeLeftovers(trash, *orphan, chosen, settings_.home, clock());
@@ -219,7 +287,9 @@ json MCPServer::undoTrash(const json& arguments) {
   }
   if (!chosen) throw ToolError("Nothing to undo.");
   const UndoOutcome outcome = trash.undo(chosen->id);
-  return {{"batch", chosen->id}, {"restored", outcome.restored}, {"not_restored", refusalList(outcome.failed)}};
+  json result = {{"batch", chosen->id}, {"restored", outcome.restored}, {"not_restored", refusalList(outcome.failed)}};
+  if (outcome.journalNote) result["journal_note"] = *outcome.journalNote;
+  return result;
 }
 
 }  // namespace tallyfin

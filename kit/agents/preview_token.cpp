@@ -16,12 +16,17 @@ PreviewSigner::PreviewSigner() {
   if (RAND_bytes(key_.data(), static_cast<int>(key_.size())) != 1) std::abort();
 }
 
-std::string PreviewSigner::token(const std::vector<std::string>& paths, int64_t expires) const {
+std::string PreviewSigner::token(const std::vector<std::string>& paths, int64_t expires,
+                                 std::string_view binding) const {
   const std::set<std::string> distinct(paths.begin(), paths.end());
   std::string message = std::to_string(expires);
   for (const auto& path : distinct) {
     message += '\0';
     message += path;
+  }
+  if (!binding.empty()) {
+    message += '\0';
+    message += binding;
   }
   unsigned char code[EVP_MAX_MD_SIZE];
   unsigned int length = 0;
@@ -36,15 +41,18 @@ std::string PreviewSigner::token(const std::vector<std::string>& paths, int64_t 
   return text;
 }
 
-bool PreviewSigner::isValid(const std::string& token, const std::vector<std::string>& paths, double now) const {
+PreviewSigner::State PreviewSigner::check(const std::string& token, const std::vector<std::string>& paths,
+                                          double now, std::string_view binding) const {
   const size_t dot = token.find('.');
-  if (dot == std::string::npos) return false;
+  if (dot == std::string::npos) return State::invalid;
   int64_t expires = 0;
   const auto [end, error] = std::from_chars(token.data(), token.data() + dot, expires);
-  if (error != std::errc() || end != token.data() + dot) return false;
-  if (!(now < static_cast<double>(expires))) return false;
-  const std::string expected = this->token(paths, expires);
-  return expected.size() == token.size() && CRYPTO_memcmp(expected.data(), token.data(), token.size()) == 0;
+  if (error != std::errc() || end != token.data() + dot) return State::invalid;
+  const std::string expected = this->token(paths, expires, binding);
+  if (expected.size() != token.size() || CRYPTO_memcmp(expected.data(), token.data(), token.size()) != 0) {
+    return State::invalid;
+  }
+  return now < static_cast<double>(expires) ? State::valid : State::expired;
 }
 
 }  // namespace tallyfin

@@ -8,6 +8,7 @@
 #include <array>
 #include <cstdint>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace tallyfin {
@@ -19,12 +20,22 @@ class PreviewSigner {
   // Draws a fresh 256-bit key from the system's random source.
   PreviewSigner();
 
-  // "<expiry>.<64 hex digits>"; the paths are de-duplicated and sorted first.
-  std::string token(const std::vector<std::string>& paths, int64_t expires) const;
+  // "<expiry>.<64 hex digits>"; the paths are de-duplicated and sorted first. The
+  // binding (what the previewed items were on disk) is signed after them.
+  std::string token(const std::vector<std::string>& paths, int64_t expires,
+                    std::string_view binding = {}) const;
 
-  // Whether `token` was made by this signer for the same set of paths and
-  // `now` is still strictly before its expiry.
-  bool isValid(const std::string& token, const std::vector<std::string>& paths, double now) const;
+  enum class State { invalid, expired, valid };
+
+  // Whether `token` was made by this signer for the same set of paths and binding,
+  // and whether `now` is still strictly before its expiry.
+  State check(const std::string& token, const std::vector<std::string>& paths, double now,
+              std::string_view binding = {}) const;
+
+  bool isValid(const std::string& token, const std::vector<std::string>& paths, double now,
+               std::string_view binding = {}) const {
+    return check(token, paths, now, binding) == State::valid;
+  }
 
  private:
   std::array<unsigned char, 32> key_{};

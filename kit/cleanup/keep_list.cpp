@@ -1,5 +1,7 @@
 #include "kit/cleanup/keep_list.h"
 
+#include <cerrno>
+
 #include "kit/base/paths.h"
 
 namespace tallyfin {
@@ -20,19 +22,40 @@ std::set<std::string> paths(const Store& store) {
   return list ? std::move(*list) : std::set<std::string>{};
 }
 
+namespace {
+
+// The sentence for a keep list that exists but can't be read: it names the file and
+// says what to do, and stands as the reason for every item that can't move now.
+Error damaged(const Store& store) {
+  return {store.damagedError(Store::File::keep).message +
+              ", so Tallyfin can't tell what you chose to keep \u2014 fix keep.json or remove it "
+              "(removing forgets every kept item), then try again.",
+          EILSEQ};
+}
+
+}  // namespace
+
+Expected<std::set<std::string>, Error> read(const Store& store) {
+  if (!store.isTrusted()) return fail(Error{"Tallyfin can't tell what you chose to keep. " + store.trustProblem(), EACCES});
+  auto list = store.loadForChange<std::set<std::string>>(Store::File::keep);
+  if (!list) return fail(damaged(store));
+  return list->value_or(std::set<std::string>{});
+}
+
 Expected<std::set<std::string>, Error> set(const Store& store, const std::string& path, bool kept) {
   std::set<std::string> updated;
-  const Status status = store.withLock(Store::File::keep, [&]() -> Status {
-    updated = paths(store);
-    if (kept) {
-      updated.insert(path);
-    } else {
-      updated.erase(path);
-    }
-    // A std::set is already sorted, so the array is written in ascending order.
-    return store.save(updated, Store::File::keep);
-  });
-  if (!status) return fail(status.error());
+  const auto saved = store.update<std::set<std::string>>(
+      Store::File::keep, Store::OnDamage::refuse, [&](std::set<std::string>& list) -> Status {
+        if (kept) {
+          list.insert(path);
+        } else {
+          list.erase(path);
+        }
+        // A std::set is already sorted, so the array is written in ascending order.
+        updated = list;
+        return ok();
+      });
+  if (!saved) return fail(saved.error().code == EILSEQ ? damaged(store) : saved.error());
   return updated;
 }
 

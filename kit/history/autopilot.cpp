@@ -37,10 +37,10 @@ std::vector<CleanupItem> select(const std::vector<CleanupItem>& items,
   return outermostItems(std::move(qualifying));
 }
 
-std::vector<TrashItem> batch(const std::vector<CleanupItem>& selected) {
+std::vector<TrashItem> batch(const std::vector<CleanupItem>& selected, const DiskNode& tree) {
   std::vector<TrashItem> items;
   for (const auto& item : selected) {
-    items.push_back({item.path, item.size, TrashItem::Origin::autopilot});
+    items.push_back({item.path, item.size, TrashItem::Origin::autopilot, ItemIdentity::inScan(tree, item.path)});
   }
   return items;
 }

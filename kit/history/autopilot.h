@@ -36,8 +36,9 @@ std::vector<CleanupItem> select(const std::vector<CleanupItem>& items,
                                 const std::set<std::string>& keep,
                                 const AutopilotSettings& settings, double now);
 
-// The selection as the trash service takes it: one batch, origin autopilot.
-std::vector<TrashItem> batch(const std::vector<CleanupItem>& selected);
+// The selection as the trash service takes it: one batch, origin autopilot, each
+// item expected to be what the scan's tree saw at its path.
+std::vector<TrashItem> batch(const std::vector<CleanupItem>& selected, const DiskNode& tree);
 
 }  // namespace Autopilot
 }  // namespace tallyfin

@@ -12,28 +12,26 @@ std::vector<T> loadList(const Store& store, Store::File file) {
 }
 
 template <class T>
-Expected<std::vector<T>, Error> append(const Store& store, Store::File file, const T& value,
-                                       size_t limit) {
-  std::vector<T> list;
-  const Status status = store.withLock(file, [&]() -> Status {
-    list = loadList<T>(store, file);
+Expected<Appended<T>, Error> append(const Store& store, Store::File file, const T& value, size_t limit) {
+  Appended<T> appended;
+  const auto saved = store.update<std::vector<T>>(file, Store::OnDamage::keepAside, [&](std::vector<T>& list) -> Status {
     list.push_back(value);
     if (list.size() > limit) list.erase(list.begin(), list.end() - static_cast<long>(limit));
-    return store.save(list, file);
+    appended.list = list;
+    return ok();
   });
-  if (!status) return fail(status.error());
-  return list;
+  if (!saved) return fail(saved.error());
+  appended.note = *saved;
+  return appended;
 }
 
 }  // namespace
 
-Expected<std::vector<HistoryEntry>, Error> appendHistory(const Store& store,
-                                                         const HistoryEntry& entry) {
+Expected<Appended<HistoryEntry>, Error> appendHistory(const Store& store, const HistoryEntry& entry) {
   return append(store, Store::File::history, entry, kHistoryLimit);
 }
 
-Expected<std::vector<FolderSample>, Error> appendFolderSample(const Store& store,
-                                                              const FolderSample& sample) {
+Expected<Appended<FolderSample>, Error> appendFolderSample(const Store& store, const FolderSample& sample) {
   return append(store, Store::File::folderHistory, sample, kFolderHistoryLimit);
 }
 

@@ -102,6 +102,9 @@ Expected<DiskNode, std::string> decodeDiskNode(const nlohmann::json& json) {
 
 std::vector<DiskNode> prune(std::vector<DiskNode> children, int64_t size, int64_t files,
                             std::string_view display, const ScanConfiguration& configuration) {
+  size_t level = 0;
+  forEachComponent(display, [&level](std::string_view) { ++level; });
+  if (level >= DiskNode::kDeepestLevel) return {};
   const bool keepAll = configuration.keepsAllChildren(display);
   const int64_t minimum = keepAll ? kKeepAllMinimum : configuration.minNodeSize;
   const size_t maximum =

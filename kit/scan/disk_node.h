@@ -20,6 +20,11 @@ struct ScanConfiguration;
 struct DiskNode {
   enum class Kind : uint8_t { folder = 0, file = 1, bundle = 2, smaller = 3, unreadable = 4 };
 
+  // Folders this many levels below "/" keep no children: their size and count
+  // cover everything below, and every reader of the tree can walk it without
+  // running out of stack, however deep the disk goes.
+  static constexpr size_t kDeepestLevel = 256;
+
   std::string name;   // last path component; empty for a `smaller` node
   int64_t size = 0;   // allocated bytes of everything below, hard links once
   int64_t files = 0;  // files below
@@ -47,7 +52,8 @@ void appendJson(std::string& out, const DiskNode& node);
 Expected<DiskNode, std::string> decodeDiskNode(const nlohmann::json& json);
 
 // Children of a folder whose full size and file count are known, chosen by the
-// pruning rule; `children` is in the order the folder was listed.
+// pruning rule; `children` is in the order the folder was listed. None at or
+// below kDeepestLevel.
 std::vector<DiskNode> prune(std::vector<DiskNode> children, int64_t size, int64_t files,
                             std::string_view display, const ScanConfiguration& configuration);
 

@@ -21,15 +21,18 @@ using Clock = std::chrono::steady_clock;
 
 // A folder between being found and being finished. Its descriptor stays open
 // until every subfolder has been opened relative to it, so no path is resolved
-// from the root twice and paths longer than PATH_MAX still work.
+// from the root twice and paths longer than PATH_MAX still work. It keeps only
+// its own name, not its path: a folder thousands of levels deep waits for its
+// subfolders with all its parents, and whole paths would grow with the square
+// of the depth.
 struct Folder {
   Folder* parent = nullptr;
+  uint64_t serial = 0;  // tells a folder from a later one at the same address
   size_t task = 0;
   uint32_t order = 0;  // position in the parent's listing
-  std::string display;
+  std::string name;      // shown name; a task's folder holds its whole shown path
   std::string openName;  // raw name relative to the parent, or the real path of a task
   int64_t modified = 0;
-  int depth = 0;
   std::optional<FileKind> override;
   SiblingMarkers parentMarkers;
   int64_t parentModified = 0;
@@ -89,6 +92,42 @@ class WorkStack {
   size_t outstanding_ = 0;
 };
 
+// One worker's shown path of the folder it listed last. Workers mostly take the
+// subfolder they just found, or its sibling, so the path is extended or trimmed
+// by one name instead of being rebuilt from the task's folder.
+struct ShownPath {
+  uint64_t folder = 0;
+  uint64_t parent = 0;
+  std::string text;
+
+  const std::string& of(const Folder& folder) {
+    const Folder* parentFolder = folder.parent;
+    if (!parentFolder) {
+      text = folder.name;
+    } else if (parentFolder->serial == this->folder) {
+      append(folder.name);
+    } else if (parentFolder->serial == parent) {
+      text.resize(parentPath(text).size());
+      append(folder.name);
+    } else {
+      std::vector<const Folder*> chain;
+      for (const Folder* at = &folder; at; at = at->parent) chain.push_back(at);
+      text = chain.back()->name;
+      for (auto it = chain.rbegin() + 1; it != chain.rend(); ++it) append((*it)->name);
+    }
+    this->folder = folder.serial;
+    parent = parentFolder ? parentFolder->serial : 0;
+    return text;
+  }
+
+ private:
+  // In place, as joinPath would: a deep path is never copied once per level.
+  void append(std::string_view name) {
+    if (text != "/") text += '/';
+    text += name;
+  }
+};
+
 class Walk {
  public:
   Walk(const std::vector<WalkTask>& tasks, const ScanConfiguration& configuration,
@@ -136,8 +175,9 @@ class Walk {
   Folder* makeTaskFolder(size_t index) {
     const WalkTask& task = tasks_[index];
     auto* folder = new Folder;
+    folder->serial = ++serials_;
     folder->task = index;
-    folder->display = task.display;
+    folder->name = task.display;
     folder->openName = task.real;
     folder->modified = task.modified;
     folder->override = task.override;
@@ -146,32 +186,33 @@ class Walk {
     return folder;
   }
 
-  void work(Accumulator& accumulator) {
-    DirectoryReader reader(mounts_);
+  // What one worker reuses from folder to folder.
+  struct Worker {
+    explicit Worker(const PathSet& mounts) : reader(mounts) {}
+    DirectoryReader reader;
     FolderContents contents;
     std::vector<Folder*> batch;
+    ShownPath shown;
+    std::string ascending;  // the shown path while finished folders hand their nodes up
+  };
+
+  void work(Accumulator& accumulator) {
+    Worker worker(mounts_);
     while (Folder* folder = stack_.pop()) {
-      list(*folder, reader, accumulator, contents, batch);
+      list(*folder, worker, accumulator);
       stack_.finishOne();
     }
   }
 
-  void list(Folder& folder, DirectoryReader& reader, Accumulator& accumulator,
-            FolderContents& contents, std::vector<Folder*>& batch) {
+  void list(Folder& folder, Worker& worker, Accumulator& accumulator) {
     const auto started = Clock::now();
     folder.pending = 1;
-    const std::string_view name = lastComponent(folder.display);
-    if (isBundleName(name)) folder.kind = DiskNode::Kind::bundle;
+    const std::string& display = worker.shown.of(folder);
+    if (isBundleName(lastComponent(display))) folder.kind = DiskNode::Kind::bundle;
 
     if (cancel_.isCancelled()) {
       releaseFd(folder.parent);
-      complete(&folder, accumulator);
-      return;
-    }
-    if (folder.depth > kMaxTaskDepth) {
-      releaseFd(folder.parent);
-      markUnreadable(folder, accumulator);
-      complete(&folder, accumulator);
+      complete(&folder, worker, accumulator);
       return;
     }
     const int parentFd = folder.parent ? folder.parent->fd : AT_FDCWD;
@@ -179,26 +220,27 @@ class Walk {
                          O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
     releaseFd(folder.parent);
     if (folder.fd < 0) {
-      markUnreadable(folder, accumulator);
-      complete(&folder, accumulator);
+      markUnreadable(folder, display, accumulator);
+      complete(&folder, worker, accumulator);
       return;
     }
-    auto listing = reader.list(folder.fd, folder.display);
+    auto listing = worker.reader.list(folder.fd, display);
     if (!listing) {
       ::close(folder.fd);
-      markUnreadable(folder, accumulator);
-      complete(&folder, accumulator);
+      markUnreadable(folder, display, accumulator);
+      complete(&folder, worker, accumulator);
       return;
     }
 
-    folder.minimumKept = minimumKept(folder.display, configuration_);
+    FolderContents& contents = worker.contents;
+    folder.minimumKept = minimumKept(display, configuration_);
     contents.reset();
-    readContents(*listing, {folder.display, folder.override, folder.minimumKept}, configuration_,
+    readContents(*listing, {display, folder.override, folder.minimumKept}, configuration_,
                  rootDevice_, accumulator, contents);
     filesSeen_.fetch_add(contents.fileCount, std::memory_order_relaxed);
     bytesSeen_.fetch_add(contents.fileBytes, std::memory_order_relaxed);
     folder.isVenv = contents.markers.has(SiblingMarkers::pyvenvCfg);
-    folder.junk = junkKind(folder.display, folder.parentMarkers, folder.isVenv, configuration_);
+    folder.junk = junkKind(display, folder.parentMarkers, folder.isVenv, configuration_);
 
     const auto subfolders = static_cast<int>(contents.subfolders.size());
     {
@@ -210,16 +252,17 @@ class Walk {
     }
     folder.pending = subfolders + 1;
     folder.fdUsers = subfolders + 1;
+    std::vector<Folder*>& batch = worker.batch;
     for (const uint32_t index : contents.subfolders) {
       const DirEntry& entry = (*listing)[index];
       auto* child = new Folder;
       child->parent = &folder;
+      child->serial = ++serials_;
       child->task = folder.task;
       child->order = index;
-      child->display = joinPath(folder.display, entry.name);
+      child->name = std::string(entry.name);
       child->openName = std::string(entry.rawName);
       child->modified = entry.modified;
-      child->depth = folder.depth + 1;
       child->override = file_kind::override(folder.override, entry.name);
       child->parentMarkers = contents.markers;
       child->parentModified = folder.modified;
@@ -229,14 +272,16 @@ class Walk {
     taskNanos_[folder.task].fetch_add(
         std::chrono::duration_cast<std::chrono::nanoseconds>(elapsed).count(),
         std::memory_order_relaxed);
+    // The folder may be finished by another worker as soon as its subfolders are out.
+    worker.ascending = display;
     stack_.push(batch);
     releaseFd(&folder);
-    complete(&folder, accumulator);
+    completeAscending(&folder, worker, accumulator);
   }
 
-  void markUnreadable(Folder& folder, Accumulator& accumulator) {
+  void markUnreadable(Folder& folder, const std::string& display, Accumulator& accumulator) {
     folder.kind = DiskNode::Kind::unreadable;
-    accumulator.deny(folder.display);
+    accumulator.deny(display);
   }
 
   static void releaseFd(Folder* folder) {
@@ -246,12 +291,19 @@ class Walk {
     }
   }
 
+  void complete(Folder* folder, Worker& worker, Accumulator& accumulator) {
+    worker.ascending = worker.shown.text;
+    completeAscending(folder, worker, accumulator);
+  }
+
   // Marks one piece of a folder's work done; the last piece finishes the folder
-  // and hands its node up, which may finish the parent in turn.
-  void complete(Folder* folder, Accumulator& accumulator) {
+  // and hands its node up, which may finish the parent in turn. The worker's
+  // `ascending` path is the folder's shown path and loses a name per step up.
+  void completeAscending(Folder* folder, Worker& worker, Accumulator& accumulator) {
+    std::string& display = worker.ascending;
     while (folder && folder->pending.fetch_sub(1, std::memory_order_acq_rel) == 1) {
       DiskNode node;
-      node.name = std::string(lastComponent(folder->display));
+      node.name = std::string(lastComponent(display));
       node.modified = folder->modified;
       node.kind = folder->kind;
       {
@@ -260,16 +312,15 @@ class Walk {
         node.files = folder->files;
         if (folder->kind != DiskNode::Kind::unreadable) {
           node.children = pruneOrdered(std::move(folder->candidates), node.size, node.files,
-                                       folder->display, configuration_);
+                                       display, configuration_);
         }
       }
       if (folder->junk) {
-        accumulator.projectJunk.push_back(
-            {folder->display, node.size, folder->parentModified, *folder->junk});
+        accumulator.projectJunk.push_back({display, node.size, folder->parentModified, *folder->junk});
       }
       Folder* parent = folder->parent;
       if (!parent) {
-        finishTask(*folder, std::move(node));
+        finishTask(*folder, std::move(node), display);
       } else {
         std::lock_guard lock(parent->mutex);
         parent->size = saturatingAdd(parent->size, node.size);
@@ -280,15 +331,16 @@ class Walk {
       }
       delete folder;
       folder = parent;
+      display.resize(parentPath(display).size());
     }
   }
 
-  void finishTask(const Folder& folder, DiskNode node) {
+  void finishTask(const Folder& folder, DiskNode node, const std::string& display) {
     results_[folder.task] = TaskResult{std::move(node), 0};
     std::lock_guard lock(progressMutex_);
     ++done_;
     if (progress_) {
-      progress_({ScanProgress::Phase::scanning, done_, static_cast<int>(tasks_.size()), folder.display,
+      progress_({ScanProgress::Phase::scanning, done_, static_cast<int>(tasks_.size()), display,
                  filesSeen_.load(std::memory_order_relaxed), bytesSeen_.load(std::memory_order_relaxed)});
     }
   }
@@ -307,6 +359,7 @@ class Walk {
   std::atomic<int64_t> filesSeen_{0};
   std::atomic<int64_t> bytesSeen_{0};
   int done_ = 0;
+  std::atomic<uint64_t> serials_{0};
 };
 
 }  // namespace

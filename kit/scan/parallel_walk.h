@@ -37,9 +37,6 @@ struct WalkOutcome {
   std::vector<Accumulator> accumulators;           // one per worker
 };
 
-// Folders deeper than this below their task's folder are not listed.
-inline constexpr int kMaxTaskDepth = 128;
-
 // Runs `tasks`, starting them in the order of `order` (indexes into `tasks`).
 WalkOutcome walkInParallel(const std::vector<WalkTask>& tasks, const std::vector<size_t>& order,
                            const ScanConfiguration& configuration, int32_t rootDevice,

@@ -13,7 +13,7 @@ namespace tallyfin {
 Expected<ScanLock, ScanLockFailure> ScanLock::acquire(const Store& store) {
   if (!store.isTrusted()) {
     return fail(ScanLockFailure{ScanLockFailure::Reason::unavailable,
-                                "The Tallyfin data folder isn't owned by you: " + store.directory()});
+                                store.trustProblem()});
   }
   const std::string path = store.url(Store::File::lock);
   const int fd = ::open(path.c_str(), O_RDWR | O_CREAT | O_NOFOLLOW | O_CLOEXEC, 0600);

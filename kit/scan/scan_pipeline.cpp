@@ -113,6 +113,7 @@ Expected<PipelineResult, PipelineError> ScanPipeline::run(const CancelToken& can
   report.largeFiles = std::move(scan->largeFiles);
   report.types = std::move(scan->types);
   report.deniedCount = scan->deniedCount;
+  report.deniedSample = scan->deniedSample;
   report.taskCount = scan->taskCount;
   report.tree = std::move(scan->tree);
 
@@ -133,10 +134,12 @@ Expected<PipelineResult, PipelineError> ScanPipeline::run(const CancelToken& can
   }
   auto history = HistoryFiles::appendHistory(store, entry);
   if (!history) return fail(storageError(history.error()));
-  result.history = std::move(history).value();
+  result.history = std::move(history->list);
+  if (history->note) result.warnings.push_back(*history->note);
   auto samples = HistoryFiles::appendFolderSample(store, Analysis::folderSample(now, snapshot));
   if (!samples) return fail(storageError(samples.error()));
-  result.folderSamples = std::move(samples).value();
+  result.folderSamples = std::move(samples->list);
+  if (samples->note) result.warnings.push_back(*samples->note);
   if (auto saved = store.save(scan->timings, Store::File::timings); !saved) {
     return fail(storageError(saved.error()));
   }

@@ -34,6 +34,7 @@ class Planner {
     auto listing = reader_.list(real);
     if (!listing) {
       skeleton->unreadable = true;
+      skeleton->readError = listing.error().code;
       accumulator_.deny(folder.display);
       return skeleton;
     }

@@ -31,6 +31,7 @@ struct Skeleton {
   std::vector<Child> children;
   bool isVenv = false;
   bool unreadable = false;
+  int readError = 0;  // errno of the failed listing, when unreadable
   std::optional<ProjectJunkKind> junk;
   int64_t parentModified = 0;
 };

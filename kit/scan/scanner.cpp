@@ -50,6 +50,10 @@ Expected<RawScan, ScanFailure> Scanner::run(const CancelToken& cancel,
   Accumulator merged;
   DirectoryReader plannerReader(config.mounts);
   Plan plan = planScan(config, rootDevice, rootInfo.st_mtim.tv_sec, plannerReader, merged);
+  // A root that exists but can't be listed is no scan at all: 0 bytes would read as empty.
+  if (plan.root->unreadable) {
+    return fail(ScanFailure{ScanFailure::Reason::rootUnreadable, {config.root, plan.root->readError}});
+  }
 
   const auto order = slowestFirst(plan.tasks, config.previousTimings);
   const int workers = config.workerCount > 0 ? config.workerCount : defaultWorkerCount();

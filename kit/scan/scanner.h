@@ -14,7 +14,7 @@ class Scanner {
  public:
   explicit Scanner(ScanConfiguration configuration);
 
-  // Fails only when the root cannot be looked at, or when `cancel` is set.
+  // Fails only when the root cannot be looked at or listed, or when `cancel` is set.
   Expected<RawScan, ScanFailure> run(const CancelToken& cancel,
                                      const ProgressCallback& progress = {}) const;
 

@@ -120,6 +120,7 @@ void BackgroundAgent::scanAndNotify() const {
   }
   const double now = settings_.clock();
   settings_.log(LogLevel::info, finishedLine(now - started));
+  for (const auto& warning : result->warnings) settings_.log(LogLevel::error, warning);
 
   if (result->notification) post(result->notification->title, result->notification->body);
   // Saved whether or not something was shown: the policy also remembers what it saw.
@@ -132,12 +133,19 @@ void BackgroundAgent::scanAndNotify() const {
 NotificationState BackgroundAgent::runAutopilot(const ScanReport& report, NotificationState state, double now) const {
   const AutopilotSettings autopilot = settings_.preferences.autopilot();
   if (!autopilot.enabled) return state;
-  const auto selected = Autopilot::select(report.items, KeepList::paths(settings_.store), autopilot, now);
+  const auto kept = KeepList::read(settings_.store);
+  if (!kept) {
+    settings_.log(LogLevel::error, "Autopilot moved nothing: " + kept.error().message);
+    return state;
+  }
+  const auto selected = Autopilot::select(report.items, *kept, autopilot, now);
   if (selected.empty()) return state;
   const TrashService trash(settings_.home, settings_.store, settings_.trasher);
-  const TrashOutcome outcome = trash.trash(Autopilot::batch(selected), std::string(Autopilot::kBatchLabel), now);
+  const TrashOutcome outcome =
+      trash.trash(Autopilot::batch(selected, report.tree), std::string(Autopilot::kBatchLabel), now);
   for (const auto& [path, reason] : outcome.failed) settings_.log(LogLevel::info, path + ": " + reason);
   if (outcome.journalError) settings_.log(LogLevel::error, *outcome.journalError);
+  if (outcome.journalNote) settings_.log(LogLevel::error, *outcome.journalNote);
   if (outcome.moved.empty()) return state;
   post("Autopilot freed " + Format::bytes(outcome.freedBytes()),
        "Moved " + std::to_string(outcome.moved.size()) +

@@ -1,5 +1,9 @@
 #include "kit/store/scan_report.h"
 
+#include <sys/stat.h>
+
+#include <cerrno>
+
 #include <nlohmann/json.hpp>
 
 namespace tallyfin {
@@ -19,6 +23,7 @@ std::string encodeReport(const ScanReport& report) {
                          {"largeFiles", report.largeFiles},
                          {"types", report.types},
                          {"deniedCount", report.deniedCount},
+                         {"deniedSample", report.deniedSample},
                          {"taskCount", report.taskCount}};
   if (report.changes) json["changes"] = *report.changes;
   // The tree is most of the report and has its own writer; it takes the place
@@ -56,6 +61,10 @@ Expected<ScanReport, std::string> decodeReport(std::string_view text) {
       report.changes = it->get<ChangeSummary>();
     }
     report.deniedCount = json.at("deniedCount").get<int64_t>();
+    // Reports saved before the sample was kept still load.
+    if (const auto it = json.find("deniedSample"); it != json.end()) {
+      report.deniedSample = it->get<std::vector<std::string>>();
+    }
     report.taskCount = json.at("taskCount").get<int>();
     return report;
   } catch (const std::exception& error) {
@@ -64,11 +73,23 @@ Expected<ScanReport, std::string> decodeReport(std::string_view text) {
 }
 
 std::optional<ScanReport> loadReport(const Store& store) {
-  const auto text = store.loadText(Store::File::report);
-  if (!text) return std::nullopt;
-  auto report = decodeReport(*text);
+  auto report = readReport(store);
   if (!report) return std::nullopt;
   return std::move(*report);
+}
+
+Expected<ScanReport, Error> readReport(const Store& store) {
+  if (!store.isTrusted()) return fail(Error{store.trustProblem(), EACCES});
+  const std::string path = store.url(Store::File::report);
+  struct stat info;
+  if (::lstat(path.c_str(), &info) != 0) return fail(Error{"no saved scan in " + store.directory(), ENOENT});
+  if (S_ISDIR(info.st_mode)) {
+    return fail(Error{path + " is a folder, not a saved scan \u2014 remove it, then scan again.", EISDIR});
+  }
+  if (const auto text = store.loadText(Store::File::report)) {
+    if (auto report = decodeReport(*text)) return std::move(*report);
+  }
+  return fail(Error{"The saved scan " + path + " is damaged and can't be read", EILSEQ});
 }
 
 }  // namespace tallyfin

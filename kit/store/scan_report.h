@@ -39,6 +39,7 @@ struct ScanReport {
   std::vector<TypeTotal> types;
   std::optional<ChangeSummary> changes;
   int64_t deniedCount = 0;
+  std::vector<std::string> deniedSample;  // the first unreadable folders, sorted
   int taskCount = 0;
 
   bool operator==(const ScanReport&) const = default;
@@ -52,5 +53,10 @@ Expected<ScanReport, std::string> decodeReport(std::string_view text);
 
 // The store's saved report; none when it is missing or does not decode.
 std::optional<ScanReport> loadReport(const Store& store);
+
+// The store's saved report, or why there is none: the error's code is ENOENT when
+// there is no report yet, EILSEQ when report.json is damaged, EISDIR when it is a
+// folder, and EACCES when the data folder is not to be trusted.
+Expected<ScanReport, Error> readReport(const Store& store);
 
 }  // namespace tallyfin

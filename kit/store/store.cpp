@@ -4,12 +4,17 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
+#include <cstdlib>
+#include <ctime>
 #include <filesystem>
+#include <vector>
 
 #include "kit/base/small_file.h"
 #include "kit/base/system_error.h"
+#include "kit/platform/system_log.h"
 #include "kit/platform/user_folders.h"
 #include "kit/store/atomic_file.h"
 #include "kit/store/file_lock.h"
@@ -46,8 +51,9 @@ std::string_view Store::fileName(File file) {
 }
 
 Store::Store(std::string directory) : directory_(std::move(directory)) {
-  std::error_code ignored;
-  std::filesystem::create_directories(directory_, ignored);
+  std::error_code made;
+  std::filesystem::create_directories(directory_, made);
+  creationError_ = made.value();
   // chmod follows links, so only a folder that is really ours is tightened.
   if (isOwnDirectory(directory_)) ::chmod(directory_.c_str(), 0700);
 }
@@ -64,10 +70,95 @@ std::string Store::url(File file) const { return directory_ + "/" + std::string(
 
 bool Store::isTrusted() const { return isOwnDirectory(directory_); }
 
+std::string Store::trustProblem() const {
+  struct stat info;
+  if (::lstat(directory_.c_str(), &info) != 0) {
+    const int code = creationError_ ? creationError_ : errno;
+    return "Can't create the Tallyfin data folder " + directory_ + ": " + errnoText(code) +
+           " — give --store a folder you can write to.";
+  }
+  if (S_ISLNK(info.st_mode)) {
+    return "The Tallyfin data folder " + directory_ +
+           " is a symbolic link — Tallyfin keeps its records only in a real folder. Replace the "
+           "link with a folder, or give --store one.";
+  }
+  if (!S_ISDIR(info.st_mode)) {
+    return directory_ + " is a file, not a folder — give --store a folder for Tallyfin's data.";
+  }
+  return "The Tallyfin data folder isn't owned by you: " + directory_ +
+         " — give --store a folder of your own.";
+}
+
 Error Store::untrustedError(File file) const {
-  return {"You don't have permission to save " + std::string(fileName(file)) + " in " +
-              directory_ + " — the data folder must be a folder you own, not a link.",
-          EACCES};
+  return {"Can't save " + std::string(fileName(file)) + ". " + trustProblem(), EACCES};
+}
+
+Error Store::damagedError(File file) const {
+  return {std::string(fileName(file)) + " in " + directory_ + " is damaged and can't be read", EILSEQ};
+}
+
+bool Store::exists(File file) const {
+  struct stat info;
+  return ::lstat(url(file).c_str(), &info) == 0;
+}
+
+namespace {
+
+std::string corruptStamp() {
+  const std::time_t now = std::time(nullptr);
+  std::tm utc{};
+  ::gmtime_r(&now, &utc);
+  char text[32];
+  std::strftime(text, sizeof text, "%Y%m%d-%H%M%S", &utc);
+  return text;
+}
+
+// Only the newest copies stay: a file that keeps breaking must not fill the folder.
+void removeOldCopies(const std::string& directory, const std::string& prefix, size_t kept) {
+  std::vector<std::string> copies;
+  std::error_code error;
+  for (const auto& entry : std::filesystem::directory_iterator(directory, error)) {
+    const std::string name = entry.path().filename().string();
+    if (name.starts_with(prefix)) copies.push_back(name);
+  }
+  // Oldest first: by stamp, then by the copy number a second copy within one second gets.
+  const auto order = [&prefix](const std::string& name) {
+    const std::string_view rest = std::string_view(name).substr(prefix.size());
+    const size_t dash = rest.find('-', rest.find('-') + 1);
+    const std::string_view stamp = rest.substr(0, dash);
+    const int copy = dash == std::string_view::npos ? 1 : std::atoi(std::string(rest.substr(dash + 1)).c_str());
+    return std::pair(std::string(stamp), copy);
+  };
+  std::sort(copies.begin(), copies.end(),
+            [&](const std::string& a, const std::string& b) { return order(a) < order(b); });
+  for (size_t i = 0; i + kept < copies.size(); ++i) {
+    std::filesystem::remove_all(directory + "/" + copies[i], error);
+  }
+}
+
+}  // namespace
+
+Expected<std::string, Error> Store::keepAside(File file) const {
+  if (!isTrusted()) return fail(untrustedError(file));
+  const std::string name(fileName(file));
+  const std::string prefix = name + ".corrupt-";
+  const std::string stamped = directory_ + "/" + prefix + corruptStamp();
+  std::string target = stamped;
+  struct stat info;
+  for (int copy = 2; ::lstat(target.c_str(), &info) == 0; ++copy) {
+    target = stamped + "-" + std::to_string(copy);
+  }
+  if (::rename(url(file).c_str(), target.c_str()) != 0) {
+    const int code = errno;
+    return fail(Error{"Can't move the damaged " + url(file) + " aside: " + errnoText(code) +
+                          " — move it away by hand, then try again.",
+                      code});
+  }
+  removeOldCopies(directory_, prefix, kCorruptCopiesKept);
+  const std::string sentence = "Earlier records in " + name +
+                               " couldn't be read; the damaged file is kept as " + target + ".";
+  platform::systemLog(platform::LogLevel::error, sentence);
+  return sentence;
 }
 
 std::optional<std::string> Store::loadText(File file) const {

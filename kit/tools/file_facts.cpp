@@ -205,6 +205,12 @@ std::optional<std::string> FileFacts::identity(const std::string& path) {
 std::optional<int64_t> FileFacts::privateSize(const std::string& path) {
   const int fd = ::open(path.c_str(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC);
   if (fd < 0) return std::nullopt;
+  // A file with another name keeps every byte when this name goes to the Trash.
+  struct stat info;
+  if (::fstat(fd, &info) == 0 && info.st_nlink > 1) {
+    ::close(fd);
+    return 0;
+  }
   const auto size = platform::privateSize(fd);
   ::close(fd);
   return size;

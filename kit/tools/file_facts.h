@@ -96,7 +96,8 @@ class FileFacts {
   // device:inode:size:modified:changed, times with nanoseconds; regular files only.
   static std::optional<std::string> identity(const std::string& path);
 
-  // Bytes that belong to this file alone.
+  // Bytes that belong to this file alone: none shared with a clone, and none at all
+  // when another hard link keeps the file.
   static std::optional<int64_t> privateSize(const std::string& path);
 
   static std::string hex(std::span<const unsigned char> digest);

@@ -12,19 +12,18 @@
 namespace tallyfin {
 
 void to_json(nlohmann::json& json, const JournalEntry& entry) {
-  json = nlohmann::json{{"path", entry.path},
-                        {"trashedPath", entry.trashedPath},
-                        {"size", entry.size},
-                        {"date", entry.date},
-                        {"batch", entry.batch}};
+  json = nlohmann::json{{"size", entry.size}, {"date", entry.date}, {"batch", entry.batch}};
+  // Names on disk need not be UTF-8; undo must find the very same bytes again.
+  setExactText(json, "path", entry.path);
+  setExactText(json, "trashedPath", entry.trashedPath);
   setOptional(json, "device", entry.device);
   setOptional(json, "inode", entry.inode);
   setOptional(json, "label", entry.label);
 }
 
 void from_json(const nlohmann::json& json, JournalEntry& entry) {
-  entry.path = json.at("path").get<std::string>();
-  entry.trashedPath = json.at("trashedPath").get<std::string>();
+  entry.path = exactText(json, "path");
+  entry.trashedPath = exactText(json, "trashedPath");
   entry.size = std::max<int64_t>(json.at("size").get<int64_t>(), 0);
   entry.date = json.at("date").get<double>();
   entry.batch = json.at("batch").get<std::string>();

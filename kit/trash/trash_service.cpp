@@ -5,6 +5,7 @@
 #include <sys/stat.h>
 
 #include <algorithm>
+#include <cerrno>
 
 #include "kit/base/paths.h"
 #include "kit/base/saturating.h"
@@ -30,7 +31,42 @@ constexpr std::string_view kNoLongerExists = "No longer exists";
 constexpr std::string_view kNotInTrash = "Not in your Trash";
 constexpr std::string_view kNoLongerInTrash = "No longer in the Trash";
 constexpr std::string_view kDifferentItem = "A different item has that name in the Trash";
+constexpr std::string_view kReplaced = "Replaced since it was checked \u2014 left in place. Rescan and try again.";
 constexpr int64_t kLargestKeyFile = 65'535;
+
+// Reasons after which an entry's item can never come back through it: the Trash
+// is a real folder and the name in it is free or holds something else.
+bool isGoneForGood(std::string_view reason) { return reason == kNoLongerInTrash || reason == kDifferentItem; }
+
+ItemIdentity::Type typeOf(mode_t mode) {
+  if (S_ISDIR(mode)) return ItemIdentity::Type::folder;
+  if (S_ISREG(mode)) return ItemIdentity::Type::file;
+  if (S_ISLNK(mode)) return ItemIdentity::Type::link;
+  return ItemIdentity::Type::other;
+}
+
+ItemIdentity identityOf(const struct stat& info) {
+  return {typeOf(info.st_mode), static_cast<uint64_t>(info.st_dev), static_cast<uint64_t>(info.st_ino)};
+}
+
+// A single trailing "/" is not part of the item's name.
+std::string withoutTrailingSlash(std::string path) {
+  if (path.size() >= 2 && path.back() == '/') path.pop_back();
+  return path;
+}
+
+// Why an item that is `now` on disk is not the one that was seen, if it isn't.
+std::optional<std::string> replacedSinceSeen(const TrashItem& item, const struct stat& now) {
+  if (!item.seen || item.seen->matches(identityOf(now))) return std::nullopt;
+  return std::string(kReplaced);
+}
+
+// The Trash's own folder must be itself: no link on the way, so what lands there
+// can be found there again.
+bool isRealFolder(const std::string& path) {
+  char resolved[PATH_MAX];
+  return ::realpath(path.c_str(), resolved) && path == resolved;
+}
 
 bool isSyntaxValid(std::string_view path) {
   return path.starts_with("/") && path.find("//") == std::string_view::npos &&
@@ -49,6 +85,32 @@ std::vector<std::string> trashRoots(const std::string& home) {
 
 }  // namespace
 
+std::optional<ItemIdentity> ItemIdentity::of(const std::string& path) {
+  struct stat info;
+  if (::lstat(path.c_str(), &info) != 0) return std::nullopt;
+  return identityOf(info);
+}
+
+std::optional<ItemIdentity> ItemIdentity::inScan(const DiskNode& tree, const std::string& path) {
+  const DiskNode* node = tree.node(path);
+  if (!node) return std::nullopt;
+  switch (node->kind) {
+    case DiskNode::Kind::folder:
+    case DiskNode::Kind::bundle:
+      return ItemIdentity{Type::folder, std::nullopt, std::nullopt};
+    case DiskNode::Kind::file:
+      return ItemIdentity{Type::file, std::nullopt, std::nullopt};
+    case DiskNode::Kind::smaller:
+    case DiskNode::Kind::unreadable:
+      break;
+  }
+  return std::nullopt;
+}
+
+bool ItemIdentity::matches(const ItemIdentity& now) const {
+  return type == now.type && (!device || device == now.device) && (!inode || inode == now.inode);
+}
+
 int64_t TrashOutcome::freedBytes() const {
   int64_t total = 0;
   for (const auto& entry : moved) total = saturatingAdd(total, entry.size);
@@ -60,8 +122,7 @@ TrashService::TrashService(std::string home, Store store, std::shared_ptr<Trashe
 
 std::optional<std::string> TrashService::refusal(const std::string& given, Origin origin) const {
   if (!isSyntaxValid(given)) return "Invalid path";
-  std::string path = given;
-  if (path.size() >= 2 && path.back() == '/') path.pop_back();
+  const std::string path = withoutTrailingSlash(given);
   const std::string lower = lowercased(path);
 
   const bool leftover = origin == Origin::appLeftover;
@@ -71,7 +132,7 @@ std::optional<std::string> TrashService::refusal(const std::string& given, Origi
     struct stat info;
     if (::lstat(path.c_str(), &info) != 0) return std::string(kNoLongerExists);
     if (!S_ISDIR(info.st_mode) || TrashRules::canonical(path) != path) return "Not an app";
-    return std::nullopt;
+    return trasher_ ? trasher_->refusal(path) : std::nullopt;
   }
 
   if (TrashRules::protectedPaths(home_).contains(lower)) return "Protected folder";
@@ -102,7 +163,9 @@ std::optional<std::string> TrashService::refusal(const std::string& given, Origi
   if (!path.starts_with(home_ + "/")) return std::string(kPathChanged);
   if (origin == Origin::suggestion || origin == Origin::autopilot) {
     if (!CleanupRules::recognizes(path, home_)) return "Not a recognised cleanup item \u2014 rescan first";
-    if (KeepList::paths(store_).contains(path)) return "You chose to keep this";
+    const auto kept = KeepList::read(store_);
+    if (!kept) return kept.error().message;
+    if (kept->contains(path)) return "You chose to keep this";
   }
   bool inGit = false;
   forEachComponent(path, [&](std::string_view piece) { inGit = inGit || piece == ".git"; });
@@ -112,7 +175,14 @@ std::optional<std::string> TrashService::refusal(const std::string& given, Origi
   if (lowercased(name).ends_with(".key") && S_ISREG(info.st_mode) && info.st_size <= kLargestKeyFile) {
     return std::string(kCredential);
   }
-  return std::nullopt;
+  return trasher_ ? trasher_->refusal(path) : std::nullopt;
+}
+
+std::optional<std::string> TrashService::refusal(const TrashItem& item) const {
+  if (auto reason = refusal(item.path, item.origin)) return reason;
+  struct stat now;
+  if (::lstat(withoutTrailingSlash(item.path).c_str(), &now) != 0) return std::string(kNoLongerExists);
+  return replacedSinceSeen(item, now);
 }
 
 TrashOutcome TrashService::trash(const std::vector<TrashItem>& items,
@@ -124,11 +194,15 @@ TrashOutcome TrashService::trash(const std::vector<TrashItem>& items,
       outcome.failed.emplace_back(item.path, *reason);
       continue;
     }
-    std::string path = item.path;
-    if (path.size() >= 2 && path.back() == '/') path.pop_back();
+    const std::string path = withoutTrailingSlash(item.path);
     struct stat before;
     if (::lstat(path.c_str(), &before) != 0) {
       outcome.failed.emplace_back(item.path, std::string(kNoLongerExists));
+      continue;
+    }
+    // Compared on the very lstat whose identity the Trash must give back.
+    if (auto reason = replacedSinceSeen(item, before)) {
+      outcome.failed.emplace_back(item.path, *reason);
       continue;
     }
     auto landed = trasher_->trash(path);
@@ -154,28 +228,34 @@ TrashOutcome TrashService::trash(const std::vector<TrashItem>& items,
     }
   }
   if (outcome.moved.empty()) return outcome;
-  const Status recorded = store_.withLock(Store::File::journal, [&]() -> Status {
-    auto journal = store_.load<std::vector<JournalEntry>>(Store::File::journal).value_or(
-        std::vector<JournalEntry>{});
-    journal.insert(journal.end(), outcome.moved.begin(), outcome.moved.end());
-    return store_.save(Journal::pruned(std::move(journal), now), Store::File::journal);
-  });
+  const auto recorded = store_.update<std::vector<JournalEntry>>(
+      Store::File::journal, Store::OnDamage::keepAside, [&](std::vector<JournalEntry>& journal) -> Status {
+        journal.insert(journal.end(), outcome.moved.begin(), outcome.moved.end());
+        journal = Journal::pruned(std::move(journal), now);
+        return ok();
+      });
   if (!recorded) {
     outcome.journalError = "Moved, but couldn't record it for Undo (" + recorded.error().message +
                            "). Use Finder's Put Back if needed.";
+  } else {
+    outcome.journalNote = *recorded;
   }
   return outcome;
 }
 
 std::optional<std::string> TrashService::restoreRefusal(const JournalEntry& entry) const {
-  const std::string items = platform::trashItemsFolder(home_) + "/";
+  const std::string folder = platform::trashItemsFolder(home_);
+  const std::string items = folder + "/";
   const std::string& trashed = entry.trashedPath;
   if (!trashed.starts_with(items) || trashed.find('/', items.size()) != std::string::npos ||
-      trashed.size() == items.size() || TrashRules::canonical(trashed) != trashed) {
+      trashed.size() == items.size() || !isRealFolder(folder)) {
     return std::string(kNotInTrash);
   }
   struct stat info;
-  if (::lstat(trashed.c_str(), &info) != 0) return std::string(kNoLongerInTrash);
+  if (::lstat(trashed.c_str(), &info) != 0) {
+    return std::string(errno == ENOENT ? kNoLongerInTrash : kNotInTrash);
+  }
+  if (TrashRules::canonical(trashed) != trashed) return std::string(kNotInTrash);
   if (!entry.device || !entry.inode || *entry.device != static_cast<int64_t>(info.st_dev) ||
       *entry.inode != info.st_ino) {
     return std::string(kDifferentItem);
@@ -205,31 +285,30 @@ std::optional<std::string> TrashService::restoreRefusal(const JournalEntry& entr
 
 UndoOutcome TrashService::undo(const std::string& batchId) const {
   UndoOutcome outcome;
-  (void)store_.withLock(Store::File::journal, [&]() -> Status {
-    const auto journal = store_.load<std::vector<JournalEntry>>(Store::File::journal)
-                             .value_or(std::vector<JournalEntry>{});
-    std::vector<JournalEntry> kept;
-    for (const auto& entry : journal) {
-      if (entry.batch != batchId) {
-        kept.push_back(entry);
-        continue;
-      }
-      if (auto reason = restoreRefusal(entry)) {
-        outcome.failed.emplace_back(entry.path, *reason);
-        const bool gone = *reason == kNoLongerInTrash || *reason == kDifferentItem ||
-                          *reason == kNotInTrash;
-        if (!gone) kept.push_back(entry);
-        continue;
-      }
-      if (auto restored = trasher_->restore(entry.trashedPath, entry.path)) {
-        outcome.restored.push_back(entry.path);
-      } else {
-        outcome.failed.emplace_back(entry.path, restored.error().message);
-        kept.push_back(entry);
-      }
-    }
-    return store_.save(kept, Store::File::journal);
-  });
+  const auto rewritten = store_.update<std::vector<JournalEntry>>(
+      Store::File::journal, Store::OnDamage::keepAside, [&](std::vector<JournalEntry>& journal) -> Status {
+        std::vector<JournalEntry> kept;
+        for (const auto& entry : journal) {
+          if (entry.batch != batchId) {
+            kept.push_back(entry);
+            continue;
+          }
+          if (auto reason = restoreRefusal(entry)) {
+            outcome.failed.emplace_back(entry.path, *reason);
+            if (!isGoneForGood(*reason)) kept.push_back(entry);
+            continue;
+          }
+          if (auto restored = trasher_->restore(entry.trashedPath, entry.path)) {
+            outcome.restored.push_back(entry.path);
+          } else {
+            outcome.failed.emplace_back(entry.path, restored.error().message);
+            kept.push_back(entry);
+          }
+        }
+        journal = std::move(kept);
+        return ok();
+      });
+  if (rewritten) outcome.journalNote = *rewritten;
   return outcome;
 }
 

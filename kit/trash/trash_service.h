@@ -11,17 +11,44 @@
 #include <utility>
 #include <vector>
 
+#include "kit/scan/disk_node.h"
 #include "kit/store/store.h"
 #include "kit/trash/journal.h"
 #include "kit/trash/trasher.h"
 
 namespace tallyfin {
 
+// What an item was when someone last looked at it (the scan, a preview, the app's
+// own listing). A move is refused when the item on disk is no longer that.
+struct ItemIdentity {
+  enum class Type { file, folder, link, other };
+  Type type = Type::folder;
+  // Device and inode; none when only the type was seen (a scan does not keep them).
+  std::optional<uint64_t> device;
+  std::optional<uint64_t> inode;
+
+  // The item at `path` now, without following a final link; none when nothing is there.
+  static std::optional<ItemIdentity> of(const std::string& path);
+  // The type the scan saw at `path`: a folder or bundle, or a file; none when the
+  // pruned tree has no node for it.
+  static std::optional<ItemIdentity> inScan(const DiskNode& tree, const std::string& path);
+
+  // Whether `now` is still the item that was seen: the same type and, where
+  // known, the same device and inode. A folder seen is never matched by a link.
+  bool matches(const ItemIdentity& now) const;
+
+  bool operator==(const ItemIdentity&) const = default;
+};
+
+// One item to move. Callers that showed the item to someone pass `seen`, read
+// when it was shown (an app: `ItemIdentity::of(path)` when the list was made), so
+// that a file or link put in its place since then is refused, not moved.
 struct TrashItem {
   enum class Origin { suggestion, userChoice, application, appLeftover, autopilot };
   std::string path;
   int64_t size = 0;
   Origin origin = Origin::suggestion;
+  std::optional<ItemIdentity> seen = std::nullopt;
 };
 
 struct TrashOutcome {
@@ -29,6 +56,8 @@ struct TrashOutcome {
   std::vector<JournalEntry> moved;
   std::vector<std::pair<std::string, std::string>> failed;  // path, reason
   std::optional<std::string> journalError;
+  // Set when the journal was damaged: it was kept aside and earlier batches can't be put back.
+  std::optional<std::string> journalNote;
 
   int64_t freedBytes() const;
 };
@@ -36,6 +65,7 @@ struct TrashOutcome {
 struct UndoOutcome {
   std::vector<std::string> restored;
   std::vector<std::pair<std::string, std::string>> failed;  // path, reason
+  std::optional<std::string> journalNote;                   // as in TrashOutcome
 };
 
 class TrashService {
@@ -44,6 +74,8 @@ class TrashService {
 
   // Why `path` may not move now; none when it may.
   std::optional<std::string> refusal(const std::string& path, TrashItem::Origin origin) const;
+  // The same for an item, which also must still be what was seen of it.
+  std::optional<std::string> refusal(const TrashItem& item) const;
 
   // Moves the items in order and journals the ones that moved as one batch.
   TrashOutcome trash(const std::vector<TrashItem>& items, const std::optional<std::string>& label,

@@ -19,6 +19,10 @@ class Trasher {
 
   // Moves an item back from the Trash; never replaces anything at `to`.
   virtual Status restore(const std::string& from, const std::string& to) = 0;
+
+  // Why this Trash could not take the item, known before anything moves (a Trash
+  // that is not a real folder of the user's, a name too long for its records).
+  virtual std::optional<std::string> refusal(const std::string&) const { return std::nullopt; }
 };
 
 // The platform's trasher for this user's home folder.

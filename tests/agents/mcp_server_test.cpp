@@ -7,7 +7,10 @@
 
 #include <gtest/gtest.h>
 
+#include <filesystem>
+
 #include "kit/agents/mcp_tools.h"
+#include "kit/cleanup/keep_list.h"
 #include "tests/support/app_bundle.h"
 #include "tests/support/file_content.h"
 #include "tests/trash/trash_fixture.h"
@@ -68,15 +71,41 @@ class Mcp : public ::testing::Test {
 TEST_F(Mcp, NotificationsAndBrokenLinesFollowTheWireRules) {
   EXPECT_EQ(server.handle(R"({"jsonrpc":"2.0","method":"notifications/initialized"})"), std::nullopt);
   EXPECT_EQ(server.handle(R"({"jsonrpc":"2.0","method":"tools/list"})"), std::nullopt);
-  EXPECT_EQ(server.handle(R"({"jsonrpc":"2.0","id":4})"), std::nullopt);
-  EXPECT_EQ(server.handle(R"({"jsonrpc":"2.0","id":4,"method":7})"), std::nullopt);
   EXPECT_EQ(server.handle("{not json"), R"({"error":{"code":-32700,"message":"Parse error"},"id":null,"jsonrpc":"2.0"})");
-  EXPECT_EQ(server.handle("[1,2]"), R"({"error":{"code":-32700,"message":"Parse error"},"id":null,"jsonrpc":"2.0"})");
   const json missing = request("resources/list", json::object(), json({{"any", "id"}}));
   EXPECT_EQ(missing["id"], json({{"any", "id"}}));
   EXPECT_EQ(missing["error"]["code"], -32601);
   EXPECT_EQ(missing["error"]["message"], "Method not found: resources/list");
   EXPECT_EQ(request("ping")["result"], json::object());
+}
+
+TEST_F(Mcp, InvalidRequestsGetAnAnswerSoTheClientNeverWaits) {
+  // With an id but no string method, the client waits for this id: it gets -32600.
+  EXPECT_EQ(server.handle(R"({"jsonrpc":"2.0","id":4})"),
+            R"({"error":{"code":-32600,"message":"Invalid Request"},"id":4,"jsonrpc":"2.0"})");
+  EXPECT_EQ(server.handle(R"({"jsonrpc":"2.0","id":"x","method":7})"),
+            R"({"error":{"code":-32600,"message":"Invalid Request"},"id":"x","jsonrpc":"2.0"})");
+  EXPECT_EQ(server.handle(R"({"jsonrpc":"2.0","id":null,"method":["ping"]})"),
+            R"({"error":{"code":-32600,"message":"Invalid Request"},"id":null,"jsonrpc":"2.0"})");
+  // A batch is well-formed JSON but no request of this protocol.
+  for (const char* batch : {"[1,2]", R"([{"jsonrpc":"2.0","id":1,"method":"ping"}])", "[]", "7", "\"ping\""}) {
+    EXPECT_EQ(server.handle(batch), R"({"error":{"code":-32600,"message":"Invalid Request"},"id":null,"jsonrpc":"2.0"})")
+        << batch;
+  }
+}
+
+TEST_F(Mcp, NumericIdsGoBackExactlyAsTheyCame) {
+  for (const std::string id : {"0", "-9007199254740993", "18446744073709551615", "18446744073709551616",
+                               "123456789012345678901234567890", "-99999999999999999999", "1.50", "2e3"}) {
+    const auto answer = server.handle(R"({"jsonrpc":"2.0","id":)" + id + R"(,"method":"ping"})");
+    EXPECT_EQ(answer, R"({"id":)" + id + R"(,"jsonrpc":"2.0","result":{}})");
+    const auto error = server.handle(R"({"id":)" + id + R"(,"method":"nope","jsonrpc":"2.0"})");
+    EXPECT_EQ(error, R"({"error":{"code":-32601,"message":"Method not found: nope"},"id":)" + id +
+                         R"(,"jsonrpc":"2.0"})");
+  }
+  // Only the request's own id counts, not a number called id deeper inside.
+  EXPECT_EQ(server.handle(R"({"params":{"id":1.5e300},"id":7E+300,"method":"ping"})"),
+            R"({"id":7E+300,"jsonrpc":"2.0","result":{}})");
 }
 
 TEST_F(Mcp, InitializeEchoesAStringVersionAndIntroducesItself) {
@@ -116,6 +145,16 @@ TEST_F(Mcp, ToolErrorsAreResultsAndTheTextIsSortedJson) {
   EXPECT_LT(text.find("\"biggest_areas\""), text.find("\"disk\""));
   EXPECT_EQ(failure("list_cleanup_suggestions", {{"limit", 0}}), "limit must be a whole number from 1 to 200");
   EXPECT_EQ(failure("disk_status", {{"extra", 1}}), "Unknown argument extra");
+}
+
+TEST_F(Mcp, ADamagedOrMisplacedReportSaysWhatItIs) {
+  const std::string report = home.store().url(Store::File::report);
+  testing::writeText(report, R"({"version":1,"home":)");
+  EXPECT_EQ(failure("disk_status"), "The saved scan " + report + " is damaged and can't be read. Call scan_disk to replace it.");
+  std::filesystem::remove(report);
+  testing::makeFolder(report);
+  EXPECT_EQ(failure("list_cleanup_suggestions"),
+            report + " is a folder, not a saved scan \u2014 remove it, then scan again.");
 }
 
 TEST_F(Mcp, AReportReplacedBetweenCallsIsReadAgain) {
@@ -184,10 +223,11 @@ TEST_F(Mcp, MoveToTrashNeedsAPreviewAndItsTokenAndUndoPutsBack) {
                   .starts_with("Preview first: call move_to_trash"));
   EXPECT_TRUE(failure("move_to_trash", {{"paths", {cache}}, {"confirm", true}, {"preview_token", token}})
                   .starts_with("Preview first"));
-  server.clock = [] { return 4'000'000'000.0; };  // long after the preview
+  const double previewed = static_cast<double>(std::time(nullptr));
+  server.clock = [previewed] { return previewed + 601; };  // after the ten minutes
   EXPECT_TRUE(failure("move_to_trash", {{"paths", paths}, {"confirm", true}, {"preview_token", token}})
-                  .starts_with("Preview first"));
-  server.clock = [] { return static_cast<double>(std::time(nullptr)); };
+                  .starts_with("That preview_token expired (a preview is valid 10 minutes). Call move_to_trash"));
+  server.clock = [previewed] { return previewed; };
   EXPECT_TRUE(testing::pathExists(cache));
 
   const json moved = tool("move_to_trash", {{"paths", paths}, {"confirm", true}, {"preview_token", token}});
@@ -202,6 +242,102 @@ TEST_F(Mcp, MoveToTrashNeedsAPreviewAndItsTokenAndUndoPutsBack) {
   EXPECT_EQ(undone["restored"], json::array({cache}));
   EXPECT_TRUE(testing::pathExists(cache + "/content/blob"));
   EXPECT_EQ(failure("undo_trash"), "Nothing to undo.");
+}
+
+// What a confirmation of `paths` with `token` answers: the move's result, or the error text.
+TEST_F(Mcp, APreviewTokenConfirmsOneMoveOnly) {
+  scan();
+  const std::string cache = home / ".npm/_cacache";
+  const std::string token = tool("move_to_trash", {{"paths", {cache}}})["preview_token"];
+  const json confirm = {{"paths", {cache}}, {"confirm", true}, {"preview_token", token}};
+  EXPECT_EQ(tool("move_to_trash", confirm)["moved"], json::array({cache}));
+
+  // The folder comes back (a package manager refills its cache): the old token moves nothing.
+  testing::allocateFile(cache + "/content/new", 30 << 20);
+  EXPECT_TRUE(failure("move_to_trash", confirm).starts_with("That preview_token was already used. Call move_to_trash"));
+  EXPECT_TRUE(testing::pathExists(cache + "/content/new"));
+}
+
+TEST_F(Mcp, AMoveOverADamagedJournalSaysEarlierBatchesAreLost) {
+  scan();
+  const std::string cache = home / ".npm/_cacache";
+  testing::writeText(home.store().url(Store::File::journal), R"([{"path":"/x","trashedPath":)");
+  const std::string token = tool("move_to_trash", {{"paths", {cache}}})["preview_token"];
+  const json moved = tool("move_to_trash", {{"paths", {cache}}, {"confirm", true}, {"preview_token", token}});
+  EXPECT_EQ(moved["moved"], json::array({cache}));
+  EXPECT_TRUE(moved["journal_note"].get<std::string>().starts_with(
+      "Earlier records in trash-journal.json couldn't be read; the damaged file is kept as "));
+  EXPECT_EQ(tool("undo_trash")["restored"], json::array({cache}));  // this batch was recorded
+}
+
+TEST_F(Mcp, AnItemSwappedAfterThePreviewStaysWhereItIs) {
+  scan();
+  const std::string cache = home / ".npm/_cacache";
+  const std::string token = tool("move_to_trash", {{"paths", {cache}}})["preview_token"];
+  // Between preview and confirmation the folder becomes a link to the user's documents.
+  std::filesystem::rename(cache, home / "elsewhere");
+  testing::symbolicLink(home / "Documents", cache);
+  const json moved = tool("move_to_trash", {{"paths", {cache}}, {"confirm", true}, {"preview_token", token}});
+  EXPECT_TRUE(moved["moved"].empty());
+  EXPECT_EQ(moved["freed_bytes"], 0);
+  ASSERT_EQ(moved["refused"].size(), 1u);
+  EXPECT_EQ(moved["refused"][0]["reason"], "Replaced since it was checked \u2014 left in place. Rescan and try again.");
+  EXPECT_TRUE(std::filesystem::is_symlink(cache));
+
+  // Another folder put in its place (the first is kept aside, so its inode can't be reused): still refused.
+  std::filesystem::remove(cache);
+  testing::makeFolder(cache);
+  const std::string second = tool("move_to_trash", {{"paths", {cache}}})["preview_token"];
+  std::filesystem::rename(cache, home / "aside");
+  testing::makeFolder(cache + "/other");
+  const json again = tool("move_to_trash", {{"paths", {cache}}, {"confirm", true}, {"preview_token", second}});
+  EXPECT_TRUE(again["moved"].empty());
+  EXPECT_TRUE(testing::pathExists(cache + "/other"));
+
+  // Already a link when previewed: the scan saw a folder, so the preview refuses it.
+  std::filesystem::remove_all(cache);
+  testing::symbolicLink(home / "Documents", cache);
+  const json preview = tool("move_to_trash", {{"paths", {cache}}});
+  EXPECT_TRUE(preview["would_move"].empty());
+  EXPECT_EQ(preview["refused"][0]["reason"], "Replaced since it was checked \u2014 left in place. Rescan and try again.");
+}
+
+TEST_F(Mcp, ADamagedKeepListStopsEverySuggestionButNotTheScan) {
+  scan();
+  const std::string cache = home / ".npm/_cacache";
+  ASSERT_TRUE(KeepList::set(home.store(), cache, true).ok());
+  testing::writeText(home.store().url(Store::File::keep), "[\"" + cache + "\",");  // cut short
+  scan();  // still runs
+  const json preview = tool("move_to_trash", {{"paths", {cache, home / "code/app/node_modules"}}});
+  EXPECT_TRUE(preview["would_move"].empty());
+  ASSERT_EQ(preview["refused"].size(), 2u);
+  const std::string reason = preview["refused"][0]["reason"];
+  EXPECT_EQ(reason, "keep.json in " + home.store().directory() +
+                        " is damaged and can't be read, so Tallyfin can't tell what you chose to keep \u2014 fix "
+                        "keep.json or remove it (removing forgets every kept item), then try again.");
+  EXPECT_EQ(preview["refused"][1]["reason"], reason);
+  tool("move_to_trash", {{"paths", {cache, home / "code/app/node_modules"}}, {"confirm", true},
+                         {"preview_token", preview["preview_token"]}});
+  EXPECT_TRUE(testing::pathExists(cache));
+  EXPECT_TRUE(testing::pathExists(home / "code/app/node_modules"));
+}
+
+TEST_F(Mcp, ANameTooLongForTheTrashIsRefusedInThePreview) {
+  scan();
+  CleanupItem item;
+  item.title = "cache";
+  item.category = CleanupCategory::appCaches;
+  // A cache folder whose own name is 250 bytes: ".trashinfo" after it would pass 255.
+  const std::string cache = home / (".cache/" + std::string(250, 'c'));
+  testing::writeFile(cache + "/blob", 10);
+  item.path = cache;
+  addSuggestion(item);
+  const json preview = tool("move_to_trash", {{"paths", {cache}}});
+  EXPECT_TRUE(preview["would_move"].empty());
+  ASSERT_EQ(preview["refused"].size(), 1u);
+  EXPECT_EQ(preview["refused"][0]["reason"],
+            "The name is too long for the Trash's records (at most 245 bytes) \u2014 rename it shorter, or use your "
+            "file manager.");
 }
 
 TEST_F(Mcp, MoveToTrashLimitsAndRefusals) {
@@ -256,10 +392,24 @@ TEST_F(Mcp, UninstallsAnAppWithItsDefaultLeftoversAfterAPreview) {
 
   EXPECT_TRUE(failure("uninstall_app", {{"app", app}, {"confirm", true}}).starts_with("Preview first: call uninstall_app"));
   EXPECT_TRUE(testing::pathExists(app));
-  const json moved = tool("uninstall_app", {{"app", app}, {"confirm", true}, {"preview_token", preview["preview_token"]}});
+  // An app put back in place of the previewed one is another app: nothing moves.
+  std::filesystem::rename(app, home / "Foo-aside.app");
+  testing::writeInfoPlist(app, {{"CFBundleIdentifier", "org.example.foo"}});
+  EXPECT_EQ(failure("uninstall_app", {{"app", app}, {"confirm", true}, {"preview_token", preview["preview_token"]}}),
+            app + " changed since the preview \u2014 call uninstall_app without confirm again.");
+  EXPECT_TRUE(testing::pathExists(app));
+
+  const json again = tool("uninstall_app", {{"app", app}});
+  const json confirm = {{"app", app}, {"confirm", true}, {"preview_token", again["preview_token"]}};
+  const json moved = tool("uninstall_app", confirm);
   EXPECT_EQ(moved["moved"].size(), 2u);
   EXPECT_FALSE(testing::pathExists(app));
   EXPECT_TRUE(testing::pathExists(home / "Library/Group Containers/group.org.example.foo"));
+  // Installed again, with its cache, the app is not moved by the same confirmation.
+  testing::writeInfoPlist(app, {{"CFBundleIdentifier", "org.example.foo"}});
+  testing::writeFile(home / "Library/Caches/org.example.foo/a", 10);
+  EXPECT_TRUE(failure("uninstall_app", confirm).starts_with("That preview_token was already used. Call uninstall_app"));
+  EXPECT_TRUE(testing::pathExists(app));
 }
 
 TEST_F(Mcp, DuplicateSearchesStayInsideTheHomeFolder) {

@@ -8,6 +8,7 @@
 
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <map>
 
 #include "kit/scan/scan_lock.h"
@@ -122,7 +123,7 @@ TEST_F(TallyfinCli, BadArgumentsExitSixtyFourWithAUsageLine) {
   for (const auto& arguments : std::vector<std::vector<std::string>>{
            {"--frobnicate"}, {"--top"}, {"--top", "many"}, {"--top", "-1"}, {"--store"},
            {"connect", "notepad"}, {"--no-scan", "--root", "/tmp"}, {"mcp", "--json"},
-           {"schedule", "hourly"}, {"autopilot", "7"}}) {
+           {"schedule", "hourly"}, {"autopilot", "7"}, {"--root", ""}, {"--store", ""}, {"--json", "mcp"}}) {
     const auto result = tallyfin(arguments);
     EXPECT_EQ(result.exitCode, 64) << arguments[0];
     EXPECT_EQ(result.out, "");
@@ -290,14 +291,147 @@ TEST_F(TallyfinCli, ASecondScanExitsTwoAtOnceAndTouchesNothing) {
   EXPECT_EQ(contentsOf(dataDir()), before);
 }
 
-TEST_F(TallyfinCli, ADataFolderThatIsALinkIsRefused) {
+TEST_F(TallyfinCli, EachUnusableDataFolderSaysWhatItIs) {
   testing::makeFolder(temp / "real");
   testing::symbolicLink(temp / "real", temp / "linked");
-  const auto result = tallyfin({"--store", temp / "linked", "--root", home.path()});
-  EXPECT_EQ(result.exitCode, 1);
-  EXPECT_EQ(result.err, "tallyfin: The Tallyfin data folder isn't owned by you: " + temp / "linked" +
-                            "\n");
+  const auto linked = tallyfin({"--store", temp / "linked", "--root", home.path()});
+  EXPECT_EQ(linked.exitCode, 1);
+  EXPECT_EQ(linked.err, "tallyfin: The Tallyfin data folder " + temp / "linked" +
+                            " is a symbolic link — Tallyfin keeps its records only in a real folder. Replace "
+                            "the link with a folder, or give --store one.\n");
   EXPECT_TRUE(std::filesystem::is_empty(temp / "real"));
+
+  testing::writeFile(temp / "a-file", 3);
+  const auto file = tallyfin({"--store", temp / "a-file", "--root", home.path()});
+  EXPECT_EQ(file.exitCode, 1);
+  EXPECT_EQ(file.err, "tallyfin: " + temp / "a-file" +
+                          " is a file, not a folder — give --store a folder for Tallyfin's data.\n");
+  const auto inside = tallyfin({"--store", temp / "a-file/data", "--root", home.path()});
+  EXPECT_EQ(inside.exitCode, 1);
+  EXPECT_EQ(inside.err, "tallyfin: Can't create the Tallyfin data folder " + temp / "a-file/data" +
+                            ": Not a directory — give --store a folder you can write to.\n");
+
+  if (::geteuid() == 0) {
+    testing::makeFolder(temp / "theirs");
+    ASSERT_EQ(::chown((temp / "theirs").c_str(), 65534, 65534), 0);
+    const auto theirs = tallyfin({"--store", temp / "theirs", "--root", home.path()});
+    EXPECT_EQ(theirs.exitCode, 1);
+    EXPECT_EQ(theirs.err, "tallyfin: The Tallyfin data folder isn't owned by you: " + temp / "theirs" +
+                              " — give --store a folder of your own.\n");
+  }
+}
+
+TEST_F(TallyfinCli, ASavedScanThatIsDamagedOrAFolderSaysSo) {
+  testing::writeText(dataDir() + "/report.json", R"({"version":1,"date":)");
+  const auto damaged = tallyfin({"--store", dataDir(), "--no-scan"});
+  EXPECT_EQ(damaged.exitCode, 3);
+  EXPECT_EQ(damaged.out, "");
+  EXPECT_EQ(damaged.err, "tallyfin: The saved scan " + dataDir() +
+                             "/report.json is damaged and can't be read — run tallyfin without --no-scan to "
+                             "make one.\n");
+  std::filesystem::remove(dataDir() + "/report.json");
+  testing::makeFolder(dataDir() + "/report.json/inside");
+  const auto folder = tallyfin({"--store", dataDir(), "--no-scan"});
+  EXPECT_EQ(folder.exitCode, 3);
+  EXPECT_EQ(folder.err, "tallyfin: " + dataDir() +
+                            "/report.json is a folder, not a saved scan — remove it, then scan again.\n");
+  const auto system = tallyfin({"--store", dataDir(), "--system-data"});
+  EXPECT_EQ(system.exitCode, 3);
+  EXPECT_EQ(system.err, folder.err);
+}
+
+TEST_F(TallyfinCli, NamesFromTheDiskCannotSteerTheTerminal) {
+  // A project whose folder name retitles the window, rings the bell and breaks the line.
+  const std::string evil = "code/evil\x1b]0;pwned\x07\nline";
+  testing::writeFile(home / (evil + "/package.json"), 20);
+  testing::allocateFile(home / (evil + "/node_modules/lib/index.js"), 2 << 20);
+  const auto text = scanHome();
+  ASSERT_EQ(text.exitCode, 0) << text.err;
+  EXPECT_EQ(text.out.find('\x1b'), std::string::npos);
+  EXPECT_EQ(text.out.find('\x07'), std::string::npos);
+  EXPECT_NE(text.out.find("~/code/evil\\e]0;pwned?\\nline/node_modules"), std::string::npos) << text.out;
+
+  const auto json = scanHome({"--json"});
+  ASSERT_EQ(json.exitCode, 0) << json.err;
+  const auto summary = nlohmann::json::parse(json.out);
+  bool exact = false;
+  for (const auto& item : summary["suggestions"]) exact = exact || item["path"] == home / (evil + "/node_modules");
+  EXPECT_TRUE(exact) << json.out;
+
+  // Messages too: a --root that does not exist is named, escaped.
+  const auto missing = tallyfin({"--store", dataDir(), "--root", home / "gone\x1b[2J"});
+  EXPECT_EQ(missing.exitCode, 1);
+  EXPECT_EQ(missing.err.find('\x1b'), std::string::npos);
+  EXPECT_NE(missing.err.find(home / "gone\\e[2J"), std::string::npos) << missing.err;
+}
+
+TEST_F(TallyfinCli, AHistoryThatCannotBeReadIsKeptAsideAndTheScanSaysSo) {
+  testing::writeText(dataDir() + "/history.json", R"([{"date":1700000000,"used":)");
+  const auto result = scanHome();
+  ASSERT_EQ(result.exitCode, 0) << result.err;
+  EXPECT_NE(result.err.find("tallyfin: Earlier records in history.json couldn't be read; the damaged file is kept as " +
+                            dataDir() + "/history.json.corrupt-"),
+            std::string::npos)
+      << result.err;
+  const auto history = nlohmann::json::parse(testing::readText(dataDir() + "/history.json"));
+  EXPECT_EQ(history.size(), 1u);
+}
+
+// The scan runs as an ordinary user, who can't read everything (as root one can).
+class TallyfinCliUnprivileged : public TallyfinCli {
+ protected:
+  void SetUp() override {
+    TallyfinCli::SetUp();
+    testing::openToEveryone(home.path());
+    testing::openToEveryone(temp.path());
+    testing::makeFolder(temp / "shared");
+    testing::setMode(temp / "shared", 0777);
+  }
+
+  // Runs tallyfin as that user and hands its result to `check`, which returns 0 when content.
+  int asUser(std::vector<std::string> arguments,
+             const std::function<int(const testing::ProcessResult&)>& check) const {
+    arguments.insert(arguments.begin(), {"--store", temp / "shared/data"});
+    return testing::runUnprivileged([&] { return check(tallyfin(arguments)); });
+  }
+};
+
+TEST_F(TallyfinCliUnprivileged, AnUnreadableRootFailsWithItsPathAndReason) {
+  testing::makeFolder(home / "locked/inside");
+  testing::setMode(home / "locked", 0);
+  const int status = asUser({"--root", home / "locked"}, [&](const testing::ProcessResult& result) {
+    if (result.exitCode != 1) return 10 + result.exitCode;
+    if (!result.out.empty()) return 2;
+    return result.err == "tallyfin: Could not read the folder " + home / "locked" +
+                             ": Permission denied. Check its permissions, or skip it.\n"
+               ? 0
+               : 3;
+  });
+  EXPECT_EQ(status, 0);
+  EXPECT_FALSE(testing::pathExists(temp / "shared/data/report.json"));
+}
+
+TEST_F(TallyfinCliUnprivileged, UnreadableFoldersAreNamedInTextAndJson) {
+  for (const char* name : {"a-locked", "b-locked", "c-locked", "d-locked", "e-locked"}) {
+    testing::makeFolder(home / name);
+    testing::setMode(home / name, 0);
+  }
+  const int text = asUser({"--root", home.path()}, [&](const testing::ProcessResult& result) {
+    if (result.exitCode != 0) return 1;
+    const std::string expected = "5 folders could not be read:\n  ~/a-locked\n  ~/b-locked\n  ~/c-locked\n  and 2 more\n";
+    return result.out.find(expected) != std::string::npos ? 0 : 2;
+  });
+  EXPECT_EQ(text, 0);
+  const int json = asUser({"--root", home.path(), "--json"}, [&](const testing::ProcessResult& result) {
+    if (result.exitCode != 0) return 1;
+    const auto unreadable = nlohmann::json::parse(result.out)["unreadable"];
+    if (unreadable["count"] != 5) return 2;
+    return unreadable["paths"] == nlohmann::json::array({home / "a-locked", home / "b-locked", home / "c-locked",
+                                                         home / "d-locked", home / "e-locked"})
+               ? 0
+               : 3;
+  });
+  EXPECT_EQ(json, 0);
 }
 
 TEST_F(TallyfinCli, AFailedScanLeavesEveryFileAsItWas) {

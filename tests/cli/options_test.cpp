@@ -21,7 +21,13 @@ TEST(Options, CombineFreely) {
 TEST(Options, SubcommandsOnlyInFirstPlace) {
   EXPECT_EQ(parseOptions({"mcp"})->command, Options::Command::mcp);
   EXPECT_EQ(parseOptions({"connect", "codex"})->client, "codex");
-  EXPECT_FALSE(parseOptions({"--json", "mcp"}).ok());
+  EXPECT_EQ(parseOptions({"--json", "mcp"}).error(),
+            "mcp is a command: write it first, before any option (tallyfin mcp …)");
+  EXPECT_EQ(parseOptions({"--store", "/tmp/s", "connect", "codex"}).error(),
+            "connect is a command: write it first, before any option (tallyfin connect …)");
+  EXPECT_EQ(parseOptions({"--json", "frobnicate"}).error(), "unknown option frobnicate");
+  EXPECT_EQ(parseOptions({"--root", ""}).error(), "--root needs a folder; an empty path names none");
+  EXPECT_EQ(parseOptions({"--store", ""}).error(), "--store needs a folder; an empty path names none");
   EXPECT_FALSE(parseOptions({"--store", "--json"}).ok());  // a value, not the next option
   EXPECT_FALSE(parseOptions({"--top", "100001"}).ok());
   EXPECT_FALSE(parseOptions({"--top", "5x"}).ok());
@@ -72,6 +78,18 @@ TEST(TextLayout, FitsByCharactersNeverSplittingOne) {
   EXPECT_EQ(groupedNumber(975860), "975,860");
   EXPECT_EQ(groupedNumber(999), "999");
   EXPECT_EQ(groupedNumber(1000000), "1,000,000");
+}
+
+TEST(TextLayout, NamesCannotSteerTheTerminal) {
+  // A title-setting sequence, a bell and a line break in a folder's name.
+  EXPECT_EQ(terminalSafe("evil\x1b]0;pwned\x07\nrm -rf ~"), "evil\\e]0;pwned?\\nrm -rf ~");
+  EXPECT_EQ(terminalSafe("a\tb\rc\x7f\x01"), "a\\tb\\rc??");
+  // C1 controls (CSI as one code point), separators and bidirectional overrides.
+  EXPECT_EQ(terminalSafe("x\u009b31my\u2028z\u202egnp.exe"), "x?31my?z?gnp.exe");
+  // Bytes that are not UTF-8: a lone Latin-1 byte, a cut sequence, an overlong slash, a surrogate.
+  EXPECT_EQ(terminalSafe("caf\xe9 \xe2\x82 \xc0\xaf \xed\xa0\x80"), "caf? ?? ?? ???");
+  // Everything else passes as it is.
+  EXPECT_EQ(terminalSafe("~/Library/Caches/\u00e9t\u00e9 \U0001F600 \\e"), "~/Library/Caches/\u00e9t\u00e9 \U0001F600 \\e");
 }
 
 }  // namespace

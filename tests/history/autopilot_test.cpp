@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include "tests/support/tree_builder.h"
+
 namespace tallyfin {
 namespace {
 
@@ -56,10 +58,18 @@ TEST(Autopilot, AFolderAndItsContentsAreNeverBothMoved) {
       {item("/a/cache/sub", 5), item("/a/cache2", 5), item("/a/cache", 5), item("/a/cache-x", 5)},
       {}, kFortnight, kNow);
   EXPECT_EQ(paths(selected), (std::vector<std::string>{"/a/cache-x", "/a/cache", "/a/cache2"}));
-  const auto batch = Autopilot::batch(selected);
+  // Each item is expected to be what the scan saw there: a folder, a file, or unknown.
+  const DiskNode tree = testing::TreeBuilder()
+                            .add("/a/cache-x", 5)
+                            .add("/a/cache", 5, DiskNode::Kind::file)
+                            .build();
+  const auto batch = Autopilot::batch(selected, tree);
   ASSERT_EQ(batch.size(), 3u);
   EXPECT_EQ(batch[0].origin, TrashItem::Origin::autopilot);
   EXPECT_EQ(batch[0].size, 100);
+  EXPECT_EQ(batch[0].seen, (ItemIdentity{ItemIdentity::Type::folder, std::nullopt, std::nullopt}));
+  EXPECT_EQ(batch[1].seen, (ItemIdentity{ItemIdentity::Type::file, std::nullopt, std::nullopt}));
+  EXPECT_EQ(batch[2].seen, std::nullopt);
 }
 
 }  // namespace

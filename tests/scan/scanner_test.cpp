@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
 
 #include <algorithm>
 #include <mutex>
@@ -158,15 +159,21 @@ TEST(Scanner, UnreadableFoldersAreCountedWithAFiftyPathSample) {
   EXPECT_EQ(status, 0);
 }
 
-TEST(Scanner, UnreadableRootYieldsAnUnreadableTreeAndAMissingRootFails) {
+TEST(Scanner, ARootThatCannotBeListedOrIsMissingFails) {
   TempFolder dir;
   testing::makeFolder(dir / "root");
   testing::openToEveryone(dir.path());
   testing::setMode(dir / "root", 0);
   const int status = testing::runUnprivileged([&] {
-    const RawScan scan = scanOrFail(ScanConfiguration(dir / "root", dir.path(), {}));
-    if (scan.deniedCount != 1) return 1;
-    return scan.tree.node(dir / "root")->kind == DiskNode::Kind::unreadable ? 0 : 2;
+    CancelToken cancel;
+    const auto scan = Scanner(ScanConfiguration(dir / "root", dir.path(), {})).run(cancel);
+    if (scan.ok()) return 1;
+    if (scan.error().reason != ScanFailure::Reason::rootUnreadable) return 2;
+    if (scan.error().readError.code != EACCES) return 3;
+    return scan.error().message() == "Could not read the folder " + dir / "root" +
+                                         ": Permission denied. Check its permissions, or skip it."
+               ? 0
+               : 4;
   });
   EXPECT_EQ(status, 0);
 
@@ -177,14 +184,36 @@ TEST(Scanner, UnreadableRootYieldsAnUnreadableTreeAndAMissingRootFails) {
   EXPECT_EQ(missing.error().readError.code, ENOENT);
 }
 
-TEST(Scanner, FoldersTooDeepBelowATaskAreNotListed) {
+TEST(Scanner, FoldersOfAnyDepthAreCounted) {
   TempFolder dir;
-  std::string path = dir / "chain";
-  for (int depth = 0; depth <= 130; ++depth) path += "/d";
-  testing::writeFile(path + "/f", 1);
-  const RawScan scan = scanOrFail(configurationFor(dir));
-  EXPECT_EQ(scan.deniedCount, 1);
-  EXPECT_EQ(rootNode(scan, dir).files, 0);
+  // 300 levels with a file at the top and one at the bottom.
+  std::string path = dir / "three-hundred";
+  testing::writeFile(path + "/top", 1);
+  for (int depth = 0; depth < 300; ++depth) path += "/d";
+  testing::writeFile(path + "/bottom", 1);
+  // 10,000 levels, a file on each: its paths are far longer than the system can name.
+  testing::makeDeepChain(dir / "ten-thousand", 10'000);
+
+  auto configuration = configurationFor(dir);
+  configuration.workerCount = 4;
+  configuration.minNodeSize = 1;  // every folder a node: the tree is as deep as the disk
+  const RawScan scan = scanOrFail(configuration);
+  EXPECT_EQ(scan.deniedCount, 0);
+  EXPECT_TRUE(scan.deniedSample.empty());
+  const DiskNode& root = rootNode(scan, dir);
+  EXPECT_EQ(root.files, 10'002);
+  ASSERT_NE(root.child("three-hundred"), nullptr);
+  EXPECT_EQ(root.child("three-hundred")->files, 2);
+  ASSERT_NE(root.child("ten-thousand"), nullptr);
+  EXPECT_EQ(root.child("ten-thousand")->files, 10'000);
+
+  // The kept tree stops at a depth every reader can walk: the saved form reads back.
+  size_t depth = 0;
+  for (const DiskNode* node = &scan.tree; !node->children.empty(); node = &node->children.front()) ++depth;
+  EXPECT_LE(depth, DiskNode::kDeepestLevel);
+  const auto decoded = decodeDiskNode(nlohmann::json::parse(encodeJson(scan.tree)));
+  ASSERT_TRUE(decoded.ok()) << decoded.error();
+  EXPECT_EQ(*decoded, scan.tree);
 }
 
 TEST(Scanner, NeverFollowsLinksNorCrossesMounts) {

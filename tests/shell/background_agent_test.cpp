@@ -9,6 +9,7 @@
 
 #include "kit/base/clock.h"
 #include "kit/cleanup/keep_list.h"
+#include "kit/history/history_files.h"
 #include "kit/scan/scan_lock.h"
 #include "kit/store/format.h"
 #include "tests/support/file_content.h"
@@ -119,6 +120,26 @@ TEST_F(BackgroundRun, AutopilotMovesOnlyOldSafeUnkeptItemsAsOneBatch) {
   const auto state = home.store().load<NotificationState>(Store::File::notifications);
   ASSERT_TRUE(state.has_value());
   EXPECT_TRUE(state->lastSent.contains("autopilot"));
+}
+
+TEST_F(BackgroundRun, ADamagedKeepListStopsAutopilotButNotTheScan) {
+  ASSERT_TRUE(preferences.setAutopilot({true, 30}).ok());
+  // Cut off after the first entry: read forgivingly it would be an empty list.
+  testing::writeText(home.store().url(Store::File::keep), "[\"" + home / "Library/Caches/Yarn" + "\",");
+  EXPECT_EQ(BackgroundAgent(settings()).run(), 0);
+  EXPECT_TRUE(testing::pathExists(home / "Library/Caches/Yarn/v6/pkg"));
+  EXPECT_TRUE(testing::pathExists(home / ".cache/pip/http/blob"));
+  EXPECT_TRUE(home.service().batches(1, secondsSinceEpoch()).empty());
+  EXPECT_TRUE(logs("Autopilot moved nothing: keep.json in " + home.store().directory() + " is damaged"));
+  EXPECT_TRUE(loadReport(home.store()).has_value());
+}
+
+TEST_F(BackgroundRun, ADamagedHistoryIsKeptAsideAndLogged) {
+  testing::writeText(home.store().url(Store::File::history), R"([{"date":1,"used":)");
+  EXPECT_EQ(BackgroundAgent(settings()).run(), 0);
+  EXPECT_TRUE(logs("Earlier records in history.json couldn't be read; the damaged file is kept as " +
+                   home.store().url(Store::File::history) + ".corrupt-"));
+  EXPECT_EQ(HistoryFiles::history(home.store()).size(), 1u);
 }
 
 TEST_F(BackgroundRun, WithAutopilotOffNothingMovesButTheScanIsSaved) {

@@ -101,6 +101,66 @@ TEST(Store, LoadingForgivesMissingLinkedOversizedAndCorruptFiles) {
   EXPECT_FALSE(store.loadText(File::timings).has_value());  // and does not hang
 }
 
+TEST(Store, EachUntrustedFolderGetsItsOwnSentence) {
+  TempFolder dir;
+  testing::makeFolder(dir / "elsewhere");
+  testing::symbolicLink(dir / "elsewhere", dir / "linked");
+  EXPECT_EQ(Store(dir / "linked").trustProblem(),
+            "The Tallyfin data folder " + dir / "linked" +
+                " is a symbolic link \u2014 Tallyfin keeps its records only in a real folder. Replace the link "
+                "with a folder, or give --store one.");
+  testing::writeFile(dir / "file", 1);
+  EXPECT_EQ(Store(dir / "file").trustProblem(),
+            dir / "file" + " is a file, not a folder \u2014 give --store a folder for Tallyfin's data.");
+  EXPECT_EQ(Store(dir / "file/data").trustProblem(),
+            "Can't create the Tallyfin data folder " + dir / "file/data" +
+                ": Not a directory \u2014 give --store a folder you can write to.");
+  const auto saved = Store(dir / "linked").saveText("{}", File::report);
+  ASSERT_FALSE(saved.ok());
+  EXPECT_EQ(saved.error().message, "Can't save report.json. " + Store(dir / "linked").trustProblem());
+  if (::geteuid() == 0) {
+    testing::makeFolder(dir / "theirs");
+    ASSERT_EQ(::chown((dir / "theirs").c_str(), 65534, 65534), 0);
+    EXPECT_EQ(Store(dir / "theirs").trustProblem(), "The Tallyfin data folder isn't owned by you: " + dir / "theirs" +
+                                                        " \u2014 give --store a folder of your own.");
+  }
+}
+
+TEST(Store, AReadModifyWriteKeepsADamagedFileAsideOrRefuses) {
+  TempFolder dir;
+  const Store store(dir / "data");
+  const auto append = [&](int value, Store::OnDamage onDamage) {
+    return store.update<std::vector<int>>(File::history, onDamage, [value](std::vector<int>& list) {
+      list.push_back(value);
+      return ok();
+    });
+  };
+  auto first = append(1, Store::OnDamage::keepAside);
+  ASSERT_TRUE(first.ok());
+  EXPECT_FALSE(first->has_value());  // a missing file is an empty list, nothing to report
+
+  ASSERT_TRUE(store.saveText("[1,", File::history).ok());
+  const auto refused = append(2, Store::OnDamage::refuse);
+  ASSERT_FALSE(refused.ok());
+  EXPECT_EQ(refused.error().message, "history.json in " + store.directory() + " is damaged and can't be read");
+  EXPECT_EQ(store.loadText(File::history), "[1,");
+
+  // Valid JSON of the wrong shape is as damaged as a cut-off file.
+  ASSERT_TRUE(store.saveText(R"({"not":"a list"})", File::history).ok());
+  const auto kept = append(3, Store::OnDamage::keepAside);
+  ASSERT_TRUE(kept.ok());
+  ASSERT_TRUE(kept->has_value());
+  EXPECT_EQ(store.load<std::vector<int>>(File::history), std::vector<int>{3});
+  std::vector<std::string> copies;
+  for (const auto& entry : std::filesystem::directory_iterator(store.directory())) {
+    if (entry.path().filename().string().starts_with("history.json.corrupt-")) copies.push_back(entry.path());
+  }
+  ASSERT_EQ(copies.size(), 1u);
+  EXPECT_EQ(testing::readText(copies[0]), R"({"not":"a list"})");
+  EXPECT_EQ(**kept, "Earlier records in history.json couldn't be read; the damaged file is kept as " + copies[0] + ".");
+  EXPECT_EQ(modeOf(store.url(File::history)), 0600u);
+}
+
 TEST(Store, AFailedWriteLeavesTheOldFileAndNoTemporary) {
   TempFolder dir;
   const Store store(dir / "data");

@@ -1,5 +1,6 @@
 #include "tests/support/temp_folder.h"
 
+#include <dirent.h>
 #include <fcntl.h>
 #include <grp.h>
 #include <sys/stat.h>
@@ -9,8 +10,10 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <optional>
 #include <stdexcept>
 #include <string>
+#include <vector>
 
 namespace tallyfin::testing {
 namespace fs = std::filesystem;
@@ -25,6 +28,55 @@ void makeParent(const std::string& path) {
   if (!parent.empty()) fs::create_directories(parent);
 }
 
+// The first subfolder of an open folder, after removing every other entry.
+std::optional<std::string> clearFiles(int folder) {
+  const int listed = ::dup(folder);
+  DIR* entries = ::fdopendir(listed);
+  if (!entries) {
+    ::close(listed);
+    return std::nullopt;
+  }
+  std::optional<std::string> subfolder;
+  while (const dirent* entry = ::readdir(entries)) {
+    const std::string name = entry->d_name;
+    if (name == "." || name == "..") continue;
+    struct stat info;
+    if (::fstatat(folder, name.c_str(), &info, AT_SYMLINK_NOFOLLOW) == 0 && S_ISDIR(info.st_mode)) {
+      subfolder = name;
+      break;
+    }
+    ::unlinkat(folder, name.c_str(), 0);
+  }
+  ::closedir(entries);
+  return subfolder;
+}
+
+// Removes a tree of any depth: down by folder descriptors, up by "..", so no
+// path is ever longer than one name (remove_all and rm crawl through very deep trees).
+void removeDeepTree(const std::string& path) {
+  int folder = ::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
+  std::vector<std::string> names;  // the way down from `path`
+  while (folder >= 0) {
+    if (const auto subfolder = clearFiles(folder)) {
+      ::fchmodat(folder, subfolder->c_str(), 0755, 0);
+      const int child = ::openat(folder, subfolder->c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
+      if (child < 0) break;
+      ::close(folder);
+      folder = child;
+      names.push_back(*subfolder);
+      continue;
+    }
+    if (names.empty()) break;
+    const int parent = ::openat(folder, "..", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    ::close(folder);
+    folder = parent;
+    if (folder >= 0) ::unlinkat(folder, names.back().c_str(), AT_REMOVEDIR);
+    names.pop_back();
+  }
+  if (folder >= 0) ::close(folder);
+  ::rmdir(path.c_str());
+}
+
 }  // namespace
 
 TempFolder::TempFolder() {
@@ -35,17 +87,9 @@ TempFolder::TempFolder() {
 }
 
 TempFolder::~TempFolder() {
-  std::error_code ignored;
-  // Tests lock folders away from themselves; give every folder back its permissions first.
-  for (auto it = fs::recursive_directory_iterator(
-           path_, fs::directory_options::skip_permission_denied, ignored);
-       it != fs::recursive_directory_iterator(); it.increment(ignored)) {
-    if (it->is_directory(ignored) && !it->is_symlink(ignored)) {
-      ::chmod(it->path().c_str(), 0755);
-    }
-  }
+  // Tests lock folders away from themselves; each folder gets its permissions back on the way.
   ::chmod(path_.c_str(), 0755);
-  fs::remove_all(path_, ignored);
+  removeDeepTree(path_);
 }
 
 std::string TempFolder::operator/(const std::string& relative) const {
@@ -104,6 +148,23 @@ void setMode(const std::string& path, mode_t mode) {
   check(::chmod(path.c_str(), mode) == 0, "chmod " + path);
 }
 
+void makeDeepChain(const std::string& top, int levels) {
+  makeFolder(top);
+  int folder = ::open(top.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+  check(folder >= 0, "open " + top);
+  for (int level = 0; level < levels; ++level) {
+    check(::mkdirat(folder, "d", 0755) == 0, "mkdirat at level " + std::to_string(level));
+    const int next = ::openat(folder, "d", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    ::close(folder);
+    check(next >= 0, "openat at level " + std::to_string(level));
+    folder = next;
+    const int file = ::openat(folder, "f", O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0644);
+    check(file >= 0 && ::write(file, "x", 1) == 1, "file at level " + std::to_string(level));
+    ::close(file);
+  }
+  ::close(folder);
+}
+
 int64_t allocatedBytes(const std::string& path) {
   struct stat info;
   check(::lstat(path.c_str(), &info) == 0, "lstat " + path);
@@ -119,7 +180,13 @@ int runUnprivileged(const std::function<int()>& body) {
         ::_exit(254);
       }
     }
-    ::_exit(body());
+    // A failure that throws must end the child here, not run the remaining tests as another user.
+    int status = 253;
+    try {
+      status = body();
+    } catch (...) {
+    }
+    ::_exit(status);
   }
   int status = 0;
   ::waitpid(child, &status, 0);

@@ -44,12 +44,17 @@ void sparseFile(const std::string& path, int64_t logical);
 void hardLink(const std::string& existing, const std::string& link);
 void symbolicLink(const std::string& target, const std::string& link);
 void setMode(const std::string& path, mode_t mode);
+// `levels` folders named "d", each inside the one before, below `top`, each
+// holding a 1-byte file "f"; made relative to folder descriptors, so paths far
+// longer than PATH_MAX come out right.
+void makeDeepChain(const std::string& top, int levels);
 
 // st_blocks * 512 of one path, not following links.
 int64_t allocatedBytes(const std::string& path);
 
 // Runs `body` in a child process that cannot bypass permissions (as root it drops
-// to the nobody user first); returns the child's exit status, 255 for a crash.
+// to the nobody user first); returns the child's exit status, 253 when `body`
+// throws, 255 for a crash.
 int runUnprivileged(const std::function<int()>& body);
 
 // Makes the folder and everything in it readable by every user, so an unprivileged

@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <filesystem>
 #include <latch>
 #include <mutex>
 #include <thread>
@@ -59,6 +60,23 @@ TEST(DuplicateSearch, HardLinksAreOneFileAndNeverADuplicate) {
   EXPECT_NE(std::find(paths.begin(), paths.end(), search.home / "Backup/a-copy.mov"), paths.end());
   EXPECT_FALSE(groups[0].verified);
   EXPECT_EQ(groups[0].size, 12 * MiB);
+}
+
+TEST(DuplicateSearch, AnExtraCopyWithAnotherNameFreesNothing) {
+  Search search;
+  patternFile(search.home / "Movies/a.mov", 12 * MiB, 1);
+  setModified(search.home / "Movies/a.mov", 1'600'000'000);  // the copy to keep
+  patternFile(search.home / "Downloads/a.mov", 12 * MiB, 1);
+  setModified(search.home / "Downloads/a.mov", 1'700'000'000);
+  // The extra's other name lies where no search looks: trashing the extra frees nothing.
+  testing::hardLink(search.home / "Downloads/a.mov", search.home / ".backup/a.mov");
+  const auto groups = search.run();
+  ASSERT_EQ(groups.size(), 1u);
+  EXPECT_EQ(pathsOf(groups[0]), (std::vector<std::string>{search.home / "Movies/a.mov", search.home / "Downloads/a.mov"}));
+  EXPECT_EQ(groups[0].reclaimable(), 0);
+
+  std::filesystem::remove(search.home / ".backup/a.mov");
+  EXPECT_EQ(search.run()[0].reclaimable(), testing::allocatedBytes(search.home / "Downloads/a.mov"));
 }
 
 TEST(DuplicateSearch, AMiddleDifferencePartsFilesAtTheFingerprint) {

@@ -104,6 +104,24 @@ TEST_F(Refusal, SuggestionsMustStillBeRecognisedAndNotKept) {
   ASSERT_TRUE(KeepList::set(home.store(), home / "Library/Caches/com.foo", true).ok());
   EXPECT_EQ(refusal(home / "Library/Caches/com.foo", Origin::suggestion), "You chose to keep this");
   EXPECT_EQ(refusal(home / "Library/Caches/com.foo", Origin::autopilot), "You chose to keep this");
+
+  // A keep list that can't be read keeps every suggestion where it is, kept or not.
+  testing::writeText(home.store().url(Store::File::keep), "[\"" + home / "Library/Caches/com.foo" + "\"");
+  const std::string unknown = "keep.json in " + home.store().directory() +
+                              " is damaged and can't be read, so Tallyfin can't tell what you chose to keep "
+                              "\u2014 fix keep.json or remove it (removing forgets every kept item), then try again.";
+  testing::makeFolder(home / "Library/Caches/com.bar");
+  for (const char* path : {"Library/Caches/com.foo", "Library/Caches/com.bar"}) {
+    EXPECT_EQ(refusal(home / path, Origin::suggestion), unknown);
+    EXPECT_EQ(refusal(home / path, Origin::autopilot), unknown);
+  }
+  EXPECT_EQ(refusal(home / "Library/Caches/com.bar", Origin::userChoice), std::nullopt);
+  // Nor is the damaged list replaced by the next change.
+  const auto changed = KeepList::set(home.store(), home / "Library/Caches/com.bar", true);
+  ASSERT_FALSE(changed.ok());
+  EXPECT_EQ(changed.error().message, unknown);
+  EXPECT_EQ(testing::readText(home.store().url(Store::File::keep)), "[\"" + home / "Library/Caches/com.foo" + "\"");
+  EXPECT_TRUE(KeepList::paths(home.store()).empty());  // totals still show
 }
 
 TEST_F(Refusal, GitHistoryAndCredentials) {

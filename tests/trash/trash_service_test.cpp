@@ -83,8 +83,7 @@ TEST(TrashService, UndoDropsWhatCanNeverComeBackAndKeepsWhatMayLater) {
   std::filesystem::rename(home / "stuff/relinked", home / "stuff/elsewhere");
   testing::symbolicLink(home / "stuff/elsewhere", home / "stuff/relinked");
 
-  // The emptied item's on-disk spelling can no longer be read: step one already refuses it.
-  EXPECT_EQ(service.restoreRefusal(outcome.moved[0]), "Not in your Trash");
+  EXPECT_EQ(service.restoreRefusal(outcome.moved[0]), "No longer in the Trash");
   EXPECT_EQ(service.restoreRefusal(outcome.moved[1]),
             "Something already exists at the original location");
   EXPECT_EQ(service.restoreRefusal(outcome.moved[2]), "Original folder moved or was replaced");
@@ -100,6 +99,135 @@ TEST(TrashService, UndoDropsWhatCanNeverComeBackAndKeepsWhatMayLater) {
   const auto later = service.undo(outcome.batch);
   EXPECT_EQ(later.restored, std::vector<std::string>{home / "stuff/occupied"});
   EXPECT_EQ(journalOf(home).size(), 1u);
+}
+
+TEST(TrashService, ATrashThatIsALinkIsRefusedBeforeAnythingMoves) {
+  TempHome home;
+  testing::writeFile(home / "stuff/x", 10);
+  testing::makeFolder(home / "elsewhere/Trash");
+  testing::symbolicLink(home / "elsewhere/Trash", home / ".local/share/Trash");
+  const auto service = home.service();
+  const std::string reason = "Your Trash folder " + home / ".local/share/Trash" +
+                             " is a link or not a folder \u2014 Tallyfin moves things only into a real Trash folder. "
+                             "Replace it with a folder, then try again.";
+  EXPECT_EQ(service.refusal(home / "stuff/x", Origin::userChoice), reason);
+  const auto outcome = service.trash({{home / "stuff/x", 10, Origin::userChoice}}, {}, kNow);
+  ASSERT_EQ(outcome.failed.size(), 1u);
+  EXPECT_EQ(outcome.failed[0].second, reason);
+  EXPECT_TRUE(testing::pathExists(home / "stuff/x"));
+  EXPECT_TRUE(journalOf(home).empty());
+
+  // The trasher itself refuses too, whoever calls it: a files/ folder that is a link.
+  std::filesystem::remove(home / ".local/share/Trash");
+  testing::makeFolder(home / ".local/share/Trash/info");
+  testing::symbolicLink(home / "elsewhere/Trash", home / ".local/share/Trash/files");
+  EXPECT_FALSE(systemTrasher(home.path())->trash(home / "stuff/x").ok());
+  EXPECT_TRUE(testing::pathExists(home / "stuff/x"));
+}
+
+TEST(TrashService, AnEntryStaysUntilItsItemIsBackOrProvablyGone) {
+  TempHome home;
+  testing::writeFile(home / "stuff/x", 10);
+  const auto service = home.service();
+  const auto outcome = service.trash({{home / "stuff/x", 10, Origin::userChoice}}, {}, kNow);
+  ASSERT_EQ(outcome.moved.size(), 1u);
+
+  // The Trash's files/ folder is swapped for a link for a while: the item is still there.
+  const std::string files = home.trashFiles();
+  std::filesystem::rename(files, home / "files-aside");
+  testing::symbolicLink(home / "files-aside", files);
+  const auto refused = service.undo(outcome.batch);
+  ASSERT_EQ(refused.failed.size(), 1u);
+  EXPECT_EQ(refused.failed[0].second, "Not in your Trash");
+  EXPECT_EQ(journalOf(home).size(), 1u);
+
+  std::filesystem::remove(files);
+  std::filesystem::rename(home / "files-aside", files);
+  const auto later = service.undo(outcome.batch);
+  EXPECT_EQ(later.restored, std::vector<std::string>{home / "stuff/x"});
+  EXPECT_TRUE(testing::pathExists(home / "stuff/x"));
+  EXPECT_TRUE(journalOf(home).empty());
+}
+
+TEST(TrashService, ADamagedJournalIsKeptAsideAndTheReplySaysSo) {
+  TempHome home;
+  const auto service = home.service();
+  testing::writeFile(home / "stuff/first", 10);
+  const auto first = service.trash({{home / "stuff/first", 10, Origin::userChoice}}, {}, kNow);
+  ASSERT_EQ(first.moved.size(), 1u);
+  EXPECT_FALSE(first.journalNote.has_value());
+  const std::string journal = home.store().url(Store::File::journal);
+  const std::string whole = testing::readText(journal);
+  const std::string cut = whole.substr(0, whole.size() / 2);  // truncated by a crash
+  testing::writeText(journal, cut);
+
+  for (int i = 0; i < 5; ++i) {
+    testing::writeFile(home / ("stuff/next" + std::to_string(i)), 10);
+    const auto next = service.trash({{home / ("stuff/next" + std::to_string(i)), 10, Origin::userChoice}}, {}, kNow);
+    ASSERT_EQ(next.moved.size(), 1u);
+    ASSERT_TRUE(next.journalNote.has_value());
+    EXPECT_TRUE(next.journalNote->starts_with("Earlier records in trash-journal.json couldn't be read; the "
+                                              "damaged file is kept as " + journal + ".corrupt-"))
+        << *next.journalNote;
+    EXPECT_FALSE(next.journalError.has_value());
+    EXPECT_EQ(journalOf(home), next.moved);  // the new batch is recorded
+    testing::writeText(journal, cut);        // and the file breaks again
+  }
+  std::vector<std::string> copies;
+  for (const auto& entry : std::filesystem::directory_iterator(home.store().directory())) {
+    const std::string name = entry.path().filename();
+    if (name.starts_with("trash-journal.json.corrupt-")) copies.push_back(name);
+  }
+  EXPECT_EQ(copies.size(), Store::kCorruptCopiesKept);
+  for (const auto& name : copies) EXPECT_EQ(testing::readText(home.store().directory() + "/" + name), cut);
+
+  // Undo of a batch from before is no longer possible, and says why.
+  const auto undone = service.undo(first.batch);
+  EXPECT_TRUE(undone.restored.empty());
+  ASSERT_TRUE(undone.journalNote.has_value());
+}
+
+TEST(TrashService, AnItemThatIsNoLongerWhatWasSeenStays) {
+  TempHome home;
+  testing::makeFolder(home / "stuff/folder");
+  const auto seen = ItemIdentity::of(home / "stuff/folder");
+  ASSERT_TRUE(seen.has_value());
+  EXPECT_EQ(seen->type, ItemIdentity::Type::folder);
+  std::filesystem::rename(home / "stuff/folder", home / "stuff/aside");
+  testing::symbolicLink(home / "Documents", home / "stuff/folder");
+  const auto service = home.service();
+  const std::string replaced = "Replaced since it was checked \u2014 left in place. Rescan and try again.";
+  const auto outcome = service.trash({{home / "stuff/folder", 10, Origin::userChoice, seen}}, {}, kNow);
+  ASSERT_EQ(outcome.failed.size(), 1u);
+  EXPECT_EQ(outcome.failed[0].second, replaced);
+  EXPECT_TRUE(std::filesystem::is_symlink(home / "stuff/folder"));
+
+  // A real folder with another inode, or only the type seen by a scan.
+  std::filesystem::remove(home / "stuff/folder");
+  testing::makeFolder(home / "stuff/folder");
+  EXPECT_EQ(service.refusal({home / "stuff/folder", 0, Origin::userChoice, seen}), replaced);
+  const ItemIdentity aFile{ItemIdentity::Type::file, std::nullopt, std::nullopt};
+  EXPECT_EQ(service.refusal({home / "stuff/folder", 0, Origin::userChoice, aFile}), replaced);
+  const ItemIdentity aFolder{ItemIdentity::Type::folder, std::nullopt, std::nullopt};
+  EXPECT_EQ(service.refusal({home / "stuff/folder", 0, Origin::userChoice, aFolder}), std::nullopt);
+  EXPECT_EQ(service.refusal({home / "stuff/aside", 0, Origin::userChoice, seen}), std::nullopt);
+}
+
+TEST(TrashService, ANameThatIsNotUtf8MovesAndComesBackExactly) {
+  TempHome home;
+  const std::string name = home / "stuff/caf\xe9 \x1b]0;title\x07";
+  testing::writeFile(name, 10);
+  const auto service = home.service();
+  const auto outcome = service.trash({{name, 10, Origin::userChoice}}, "Large files", kNow);
+  ASSERT_EQ(outcome.moved.size(), 1u) << outcome.failed[0].second;
+  EXPECT_FALSE(outcome.journalError.has_value());
+  const auto saved = journalOf(home);
+  ASSERT_EQ(saved.size(), 1u);
+  EXPECT_EQ(saved[0].path, name);
+  EXPECT_EQ(saved[0].trashedPath, outcome.moved[0].trashedPath);
+  const auto undone = service.undo(outcome.batch);
+  EXPECT_EQ(undone.restored, std::vector<std::string>{name});
+  EXPECT_TRUE(testing::pathExists(name));
 }
 
 TEST(TrashService, RestoreChecksIdentityAndPlace) {

@@ -4,7 +4,9 @@
 // moves; items are only ever renamed, never copied and deleted.
 
 #include <fcntl.h>
+#include <limits.h>
 #include <linux/fs.h>
+#include <stdlib.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
 #include <unistd.h>
@@ -22,6 +24,9 @@ namespace tallyfin {
 namespace {
 
 constexpr int kMostNameAttempts = 10'000;
+constexpr std::string_view kInfoSuffix = ".trashinfo";
+// A name whose info file would pass the file system's 255-byte limit.
+constexpr size_t kLongestName = 255 - kInfoSuffix.size();
 
 int renameNoReplace(int fromFolder, const char* from, int toFolder, const char* to) {
   return static_cast<int>(::syscall(SYS_renameat2, fromFolder, from, toFolder, to, RENAME_NOREPLACE));
@@ -65,6 +70,8 @@ class FreedesktopTrasher final : public Trasher {
 
   Expected<std::optional<std::string>, Error> trash(const std::string& path) override {
     if (auto made = makeFolders(); !made) return fail(made.error());
+    if (auto problem = folderProblem()) return fail(Error{*problem, ENOTDIR});
+    if (lastComponent(path).size() > kLongestName) return fail(Error{tooLong(), ENAMETOOLONG});
     struct stat item, files;
     if (::lstat(path.c_str(), &item) != 0) return fail(systemError("Can't move " + path, errno));
     if (::stat(files_.c_str(), &files) == 0 && files.st_dev != item.st_dev) return fail(otherDisk(path));
@@ -72,7 +79,7 @@ class FreedesktopTrasher final : public Trasher {
     const std::string base(lastComponent(path));
     for (int attempt = 1; attempt <= kMostNameAttempts; ++attempt) {
       const std::string name = attempt == 1 ? base : base + "." + std::to_string(attempt);
-      const std::string infoPath = info_ + "/" + name + ".trashinfo";
+      const std::string infoPath = info_ + "/" + name + std::string(kInfoSuffix);
       const int fd = ::open(infoPath.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600);
       if (fd < 0) {
         if (errno == EEXIST) continue;
@@ -113,12 +120,44 @@ class FreedesktopTrasher final : public Trasher {
     ::close(folder);
     if (moved != 0) return fail(systemError("Can't put back " + to, code ? code : EIO));
     if (parentPath(from) == files_) {
-      ::unlink((info_ + "/" + std::string(lastComponent(from)) + ".trashinfo").c_str());
+      ::unlink((info_ + "/" + std::string(lastComponent(from)) + std::string(kInfoSuffix)).c_str());
     }
     return ok();
   }
 
+  std::optional<std::string> refusal(const std::string& path) const override {
+    if (lastComponent(path).size() > kLongestName) return tooLong();
+    return folderProblem();
+  }
+
  private:
+  static std::string tooLong() {
+    return "The name is too long for the Trash's records (at most " + std::to_string(kLongestName) +
+           " bytes) \u2014 rename it shorter, or use your file manager.";
+  }
+
+  // Items go only into a Trash that is a real folder of this user's, reached without
+  // links: elsewhere they could not be found again to be put back. A Trash not made
+  // yet is no problem; moving makes it.
+  std::optional<std::string> folderProblem() const {
+    for (const std::string* folder : {&trash_, &files_, &info_}) {
+      struct stat info;
+      if (::lstat(folder->c_str(), &info) != 0) continue;
+      char resolved[PATH_MAX];
+      const bool real = S_ISDIR(info.st_mode) && ::realpath(folder->c_str(), resolved) && *folder == resolved;
+      if (!real) {
+        return "Your Trash folder " + *folder +
+               " is a link or not a folder \u2014 Tallyfin moves things only into a real Trash folder. "
+               "Replace it with a folder, then try again.";
+      }
+      if (info.st_uid != ::getuid()) {
+        return "Your Trash folder " + *folder + " isn't owned by you \u2014 Tallyfin moves things only into "
+               "your own Trash. Fix its owner, then try again.";
+      }
+    }
+    return std::nullopt;
+  }
+
   Status makeFolders() const {
     // A fresh account may not have ~/.local/share yet; its missing folders are made private (0700).
     const std::string data(parentPath(trash_));
