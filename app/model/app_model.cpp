@@ -201,12 +201,20 @@ void AppModel::recomputeDerived() {
   setSelected(gone, false);
 }
 
+// What the scan saw at `path`, so that an item replaced since then (a folder swapped
+// for a link, say) stays where it is.
+std::optional<ItemIdentity> AppModel::seenInScan(const std::string& path) const {
+  const auto& report = scanner_.report();
+  if (!report) return std::nullopt;
+  return ItemIdentity::inScan(report->tree, path);
+}
+
 void AppModel::trashSelection() {
   std::vector<TrashItem> items;
   std::string label;
   for (const auto& item : cleanup_) {
     if (!selection_.contains(item.path) || !item.trashable) continue;
-    items.push_back({item.path, item.size, TrashItem::Origin::suggestion});
+    items.push_back({item.path, item.size, TrashItem::Origin::suggestion, seenInScan(item.path)});
     label = item.title;
   }
   if (items.size() != 1) label = "Cleanup: " + itemCount(items.size());
@@ -215,7 +223,10 @@ void AppModel::trashSelection() {
 
 void AppModel::trashFiles(std::vector<std::pair<std::string, int64_t>> files, std::string label) {
   std::vector<TrashItem> items;
-  for (auto& [path, size] : files) items.push_back({std::move(path), size, TrashItem::Origin::userChoice});
+  for (auto& [path, size] : files) {
+    auto seen = seenInScan(path);
+    items.push_back({std::move(path), size, TrashItem::Origin::userChoice, std::move(seen)});
+  }
   trash_.trash(std::move(items), std::move(label));
 }
 

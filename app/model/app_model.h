@@ -103,6 +103,7 @@ class AppModel : public QObject {
 
  private:
   void refreshSystemState();
+  std::optional<ItemIdentity> seenInScan(const std::string& path) const;
   // Writes one preference off the main thread; a failure becomes the notice.
   void writePreference(std::function<Status(const Preferences&)> write);
 

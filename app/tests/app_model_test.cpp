@@ -97,6 +97,22 @@ TEST_F(ScannedHome, AnItemGoneSinceTheScanIsRefusedWithItsReasonAndTheRestMoves)
   EXPECT_FALSE(listed(npm));
 }
 
+TEST_F(ScannedHome, AFolderSwappedForALinkSinceTheScanStaysWhereItIs) {
+  // The link points at a real folder of the same name, so only the type gives it away.
+  const std::string elsewhere = home / "elsewhere";
+  std::filesystem::rename(pip, elsewhere);
+  std::filesystem::create_directory_symlink(elsewhere, pip);
+  model.setSelected({pip}, true);
+  model.trashSelection();
+  ASSERT_TRUE(eventually([&] { return model.trash().lastOutcome().has_value(); }));
+  const TrashOutcome& outcome = *model.trash().lastOutcome();
+  EXPECT_TRUE(outcome.moved.empty());
+  ASSERT_EQ(outcome.failed.size(), 1u);
+  EXPECT_EQ(outcome.failed[0].second, "Replaced since it was checked — left in place. Rescan and try again.");
+  EXPECT_TRUE(std::filesystem::is_symlink(pip));
+  EXPECT_TRUE(pathExists(elsewhere));
+}
+
 TEST_F(ScannedHome, KeepingHidesAnItemAndUnkeepingBringsItBack) {
   model.toggle(pip);
   model.setKept({pip}, true);
