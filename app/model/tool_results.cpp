@@ -97,11 +97,11 @@ void ToolResults::load(Tool tool) {
 }
 
 void ToolResults::loadIfNeeded(Tool tool) {
-  // The duplicate search reads files, so only the user starts it.
-  if (tool == Tool::duplicates || isLoading(tool)) return;
+  if (isLoading(tool)) return;
+  // A search that ended (cancelled, or with nothing to search) counts as a result.
   const bool has = (tool == Tool::aiModels && aiModels) || (tool == Tool::projects && projects) ||
-                   (tool == Tool::apps && apps) || (tool == Tool::docker && docker) ||
-                   (tool == Tool::systemData && systemData);
+                   (tool == Tool::duplicates && (duplicates || duplicateMessage_)) || (tool == Tool::apps && apps) ||
+                   (tool == Tool::docker && docker) || (tool == Tool::systemData && systemData);
   if (!has) load(tool);
 }
 

@@ -59,7 +59,8 @@ class ToolResults : public QObject {
   // When the tool's result was taken (seconds since 1970); none without one.
   std::optional<double> madeAt(Tool tool) const;
   // Runs the tool again unless it is running; projects and System Data need a
-  // report and do nothing without one. (The duplicate search has its own start.)
+  // report and do nothing without one. For duplicates it searches the last scan's
+  // big files (samples of a few files, from the hash cache when it can).
   void load(Tool tool);
   // Runs the tool unless it has a result or is running.
   void loadIfNeeded(Tool tool);

@@ -1,6 +1,7 @@
 #include "app/views/ai_models_screen.h"
 
 #include <QBoxLayout>
+#include <QHeaderView>
 #include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
@@ -43,11 +44,13 @@ AIModelsScreen::AIModelsScreen(AppModel& model, QWidget* parent)
       trash_(new QPushButton("Move to Trash\u2026", this)),
       twiceHeading_(sectionHeading("Weights stored twice", this)),
       twiceNote_(textLine({}, this)),
-      twiceRows_(new ToolListModel({"Weight file", "Size", "Copies", "Removing extras frees", "In models"}, this)),
+      twiceRows_(new ToolListModel({"Weight file", "Size", "Removing extras frees", "Where"}, this)),
       twice_(new ToolList(twiceRows_, "Weights stored more than once", this)) {
   refresh_->setAccessibleName("Look for models again");
   models_->setRootIsDecorated(false);
-  twice_->setRootIsDecorated(false);
+  models_->sortByColumn(5, Qt::DescendingOrder);  // biggest first
+  twice_->sortByColumn(2, Qt::DescendingOrder);
+  twice_->header()->setSectionResizeMode(3, QHeaderView::Stretch);
   detail_->setAccessibleName("Where the chosen model lives");
   reveal_->setAccessibleName("Show the chosen model in the file manager");
   trash_->setObjectName("trashModel");
@@ -60,7 +63,7 @@ AIModelsScreen::AIModelsScreen(AppModel& model, QWidget* parent)
   top->addWidget(pageTitle("AI Models", this), 1);
   top->addWidget(refresh_);
   auto* buttons = new QHBoxLayout;
-  buttons->addWidget(command_, 1);
+  buttons->addStretch(1);
   buttons->addWidget(reveal_);
   buttons->addWidget(trash_);
 
@@ -71,6 +74,7 @@ AIModelsScreen::AIModelsScreen(AppModel& model, QWidget* parent)
   upperLayout->addWidget(models_, 1);
   upperLayout->addWidget(title_);
   upperLayout->addWidget(detail_);
+  upperLayout->addWidget(command_);
   upperLayout->addLayout(buttons);
   auto* lower = new QWidget(this);
   auto* lowerLayout = new QVBoxLayout(lower);
@@ -127,23 +131,24 @@ void AIModelsScreen::refresh() {
   int64_t total = 0;
   if (inventory) {
     for (const auto& duplicate : inventory->duplicates) {
-      QStringList names, places;
-      for (const auto& copy : duplicate.copies) {
-        twiceModels.insert(copy.modelID);
-        for (const auto& candidate : inventory->models) {
-          if (candidate.path == copy.modelID) names << qstr(candidate.name);
-        }
-        places << pathText(copy.path, model_.home());
-      }
       wasted = saturatingAdd(wasted, duplicate.wasted);
       const std::string file(lastComponent(duplicate.copies.front().path));
-      twice.push_back({duplicate.fingerprint,
-                       {{qstr(file), {}},
-                        sizeCell(duplicate.fileSize),
-                        countCell(static_cast<int64_t>(duplicate.copies.size())),
-                        {freesText(duplicate), static_cast<qlonglong>(duplicate.wasted)},
-                        {names.join(", "), {}}},
-                       places.join("\n")});
+      ToolListModel::Row row{
+          duplicate.fingerprint,
+          {{qstr(file) + " \u00b7 " + countOf(static_cast<int64_t>(duplicate.copies.size()), "copy", "copies")},
+           sizeCell(duplicate.fileSize),
+           {freesText(duplicate), static_cast<qlonglong>(duplicate.wasted), true},
+           {}}};
+      for (const auto& copy : duplicate.copies) {
+        twiceModels.insert(copy.modelID);
+        QString name = pathText(copy.modelID, model_.home());
+        for (const auto& candidate : inventory->models) {
+          if (candidate.path == copy.modelID)
+            name = qstr(candidate.name) + " (" + qstr(sourceName(candidate.source)) + ")";
+        }
+        row.children.push_back({copy.path, {{name}, {}, {}, {pathText(copy.path, model_.home())}}});
+      }
+      twice.push_back(std::move(row));
     }
     for (const auto& found : inventory->models) {
       if (removed.contains(found.path)) continue;

@@ -70,6 +70,8 @@ AppsScreen::AppsScreen(AppModel& model, QWidget* parent)
   refresh_->setAccessibleName("Look for apps again");
   apps_->setRootIsDecorated(false);
   leftovers_->setRootIsDecorated(false);
+  apps_->sortByColumn(2, Qt::DescendingOrder);  // biggest first
+  removed_->sortByColumn(2, Qt::DescendingOrder);
   detail_->setObjectName("appDetail");
   detail_->setAccessibleName("About the chosen app");
   uninstall_->setObjectName("uninstall");
@@ -212,7 +214,7 @@ void AppsScreen::refresh() {
       leftBehind = saturatingAdd(leftBehind, size);
       row.cells = {
           {qstr(group.displayName()) + " (" + qstr(group.bundleID) + ")", {}},
-          countCell(static_cast<int64_t>(row.children.size())),
+          {countOf(static_cast<int64_t>(row.children.size()), "item", "items")},
           sizeCell(size),
           {"Last changed " + ageCell(group.lastModified, now).text, static_cast<qlonglong>(group.lastModified)}};
       groups.push_back(std::move(row));

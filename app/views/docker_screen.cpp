@@ -43,8 +43,9 @@ DockerScreen::DockerScreen(AppModel& model, QWidget* parent)
   refresh_->setAccessibleName("Ask Docker again");
   usage_->setRootIsDecorated(false);
   disks_->setRootIsDecorated(false);
-  usage_->setMaximumHeight(170);
-  disks_->setMaximumHeight(130);
+  usage_->sortByColumn(-1, Qt::AscendingOrder);  // in Docker's own order until a header is clicked
+  usage_->fitRows(8);
+  disks_->fitRows(5);
   disksNote_->setText(
       qstr(DockerProbe::kShrinkNote) +
       " Pruning inside Docker frees space inside these files; the command below gives it back to the disk.");

@@ -75,6 +75,8 @@ DuplicatesScreen::DuplicatesScreen(AppModel& model, QWidget* parent)
   trash_->setObjectName("trashCopies");
   trash_->setAccessibleName("Move the ticked extra copies to the Trash");
   sets_->header()->setSectionResizeMode(3, QHeaderView::Stretch);
+  // Biggest files first; a set's copies, all of one size, stay oldest first.
+  sets_->sortByColumn(1, Qt::DescendingOrder);
 
   auto* searchRow = new QHBoxLayout;
   searchRow->addWidget(new QLabel("Search in", this));

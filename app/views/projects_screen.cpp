@@ -57,6 +57,7 @@ ProjectsScreen::ProjectsScreen(AppModel& model, QWidget* parent)
   trash_->setObjectName("trashClutter");
   trash_->setAccessibleName("Move the ticked clutter to the Trash");
   projects_->header()->setSectionResizeMode(5, QHeaderView::Stretch);
+  projects_->sortByColumn(1, Qt::DescendingOrder);  // most clutter first
 
   auto* top = new QHBoxLayout;
   top->addWidget(pageTitle("Projects", this), 1);

@@ -35,6 +35,7 @@ SystemDataScreen::SystemDataScreen(AppModel& model, QWidget* parent)
       openCleanup_(new QPushButton("Open in Cleanup", this)) {
   refresh_->setAccessibleName("Measure the live parts again");
   parts_->setRootIsDecorated(false);
+  parts_->sortByColumn(1, Qt::DescendingOrder);  // biggest first
   detail_->setAccessibleName("What the chosen part is");
   action_->setAccessibleName("What to do about the chosen part");
   openCleanup_->setObjectName("openCleanup");

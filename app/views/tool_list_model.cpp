@@ -154,11 +154,7 @@ QVariant ToolListModel::data(const QModelIndex& index, int role) const {
         return tint;
       }();
     case Qt::TextAlignmentRole:
-      // Figures line up on the right: a cell that sorts by a number is one.
-      if (cell && cell->sortKey.isValid() && cell->sortKey.typeId() == QMetaType::LongLong) {
-        return int(Qt::AlignRight | Qt::AlignVCenter);
-      }
-      return {};
+      return cell && cell->figure ? QVariant(int(Qt::AlignRight | Qt::AlignVCenter)) : QVariant();
     default:
       return {};
   }

@@ -21,8 +21,12 @@ class ToolListModel : public QAbstractItemModel {
   static constexpr int kSortRole = Qt::UserRole;
 
   struct Cell {
+    Cell(QString text = {}, QVariant sortKey = {}, bool figure = false)
+        : text(std::move(text)), sortKey(std::move(sortKey)), figure(figure) {}
+
     QString text;
     QVariant sortKey;  // none: the text
+    bool figure;       // a size or a count: lined up on the right
   };
   struct Row {
     Row(std::string key, std::vector<Cell> cells, QString toolTip = {})

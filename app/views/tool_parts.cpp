@@ -8,6 +8,7 @@
 #include <QLineEdit>
 #include <QPushButton>
 #include <QToolButton>
+#include <algorithm>
 
 #include "app/model/app_model.h"
 #include "app/views/screen_parts.h"
@@ -35,7 +36,20 @@ ToolList::ToolList(ToolListModel* rows, const QString& accessibleName, QWidget* 
   connect(rows_, &QAbstractItemModel::modelReset, this, [this] {
     expandAll();
     if (!currentIndex().isValid() && sorted_->rowCount() > 0) setCurrentIndex(sorted_->index(0, 0));
+    applyFit();
   });
+}
+
+void ToolList::fitRows(int most) {
+  mostRows_ = most;
+  applyFit();
+}
+
+void ToolList::applyFit() {
+  if (mostRows_ <= 0) return;
+  const int rows = std::clamp(sorted_->rowCount(), 1, mostRows_);
+  const int rowHeight = sorted_->rowCount() > 0 ? sizeHintForRow(0) : fontMetrics().height() + 6;
+  setFixedHeight(header()->sizeHint().height() + rows * rowHeight + 2 * frameWidth());
 }
 
 const ToolListModel::Row* ToolList::currentRow() const { return rows_->rowAt(sorted_->mapToSource(currentIndex())); }
@@ -77,9 +91,9 @@ void CommandRow::setCommand(const std::optional<std::string>& command) {
 
 QString CommandRow::command() const { return qstr(command_); }
 
-ToolListModel::Cell sizeCell(int64_t bytes) { return {bytesText(bytes), static_cast<qlonglong>(bytes)}; }
+ToolListModel::Cell sizeCell(int64_t bytes) { return {bytesText(bytes), static_cast<qlonglong>(bytes), true}; }
 
-ToolListModel::Cell countCell(int64_t count) { return {countText(count), static_cast<qlonglong>(count)}; }
+ToolListModel::Cell countCell(int64_t count) { return {countText(count), static_cast<qlonglong>(count), true}; }
 
 ToolListModel::Cell ageCell(std::optional<int64_t> secondsSince1970, double now) {
   if (!secondsSince1970) return {QString::fromUtf8("\u2014"), static_cast<qlonglong>(0)};

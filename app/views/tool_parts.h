@@ -35,10 +35,16 @@ class ToolList : public QTreeView {
   const ToolListModel::Row* currentRow() const;
   // A box whose text filters this list.
   QLineEdit* makeFilterBox(const QString& placeholder, const QString& accessibleName, QWidget* parent);
+  // Keeps the list just tall enough for its rows, up to `most` of them: a short
+  // list takes no more room than it needs.
+  void fitRows(int most);
 
  private:
+  void applyFit();
+
   ToolListModel* rows_;
   QSortFilterProxyModel* sorted_;
+  int mostRows_ = 0;
 };
 
 // "$ docker builder prune" with a Copy button; the notice says what was copied.
