@@ -36,7 +36,7 @@ AIModelsScreen::AIModelsScreen(AppModel& model, QWidget* parent)
       modelRows_(
           new ToolListModel({"Model", "Source", "Format", "Parameters", "Quantization", "Size", "Last used"}, this)),
       models_(new ToolList(modelRows_, "Local AI models", this)),
-      filter_(models_->makeFilterBox("Find by name, source, format or quantization", "Find models", this)),
+      filter_(models_->makeFilterBox("Find by name, source, format, quantization or file", "Find models", this)),
       title_(sectionHeading({}, this)),
       detail_(textLine({}, this)),
       command_(new CommandRow(model, "The tool's own command that removes the chosen model", this)),
@@ -95,6 +95,7 @@ AIModelsScreen::AIModelsScreen(AppModel& model, QWidget* parent)
   layout->addWidget(state_);
   layout->addWidget(split, 1);
 
+  connect(filter_, &QLineEdit::textChanged, twice_->sorted(), &QSortFilterProxyModel::setFilterFixedString);
   connect(refresh_, &QPushButton::clicked, this, [this] { model_.tools().load(ToolResults::Tool::aiModels); });
   connect(models_->selectionModel(), &QItemSelectionModel::currentChanged, this, &AIModelsScreen::showCurrent);
   connect(reveal_, &QPushButton::clicked, this, [this] {
@@ -166,14 +167,10 @@ void AIModelsScreen::refresh() {
       models.push_back(std::move(row));
     }
   }
-  const std::string current = models_->currentRow() ? models_->currentRow()->key : std::string();
   const size_t modelCount = models.size();
-  modelRows_->setRows(std::move(models));
-  if (const QModelIndex again = modelRows_->indexOf(current); again.isValid()) {
-    models_->setCurrentIndex(models_->sorted()->mapFromSource(again));
-  }
+  models_->setRows(std::move(models));
   const bool hasTwice = !twice.empty();
-  twiceRows_->setRows(std::move(twice));
+  twice_->setRows(std::move(twice));
   twiceHeading_->setText("Weights stored twice \u00b7 removing the extra copies frees " + bytesText(wasted));
   for (QWidget* part : std::initializer_list<QWidget*>{twiceHeading_, twiceNote_, twice_}) part->setVisible(hasTwice);
 

@@ -55,7 +55,7 @@ AppsScreen::AppsScreen(AppModel& model, QWidget* parent)
       refresh_(new QPushButton("Refresh", this)),
       appRows_(new ToolListModel({"App", "Version", "Size", "Last opened", "Kind", "Removal"}, this)),
       apps_(new ToolList(appRows_, "Installed apps", this)),
-      filter_(apps_->makeFilterBox("Find by name, kind or version", "Find apps", this)),
+      filter_(apps_->makeFilterBox("Find apps and leftovers by name, kind or version", "Find apps", this)),
       title_(sectionHeading({}, this)),
       detail_(textLine({}, this)),
       command_(new CommandRow(model, "The package manager's command that removes the chosen app", this)),
@@ -125,6 +125,7 @@ AppsScreen::AppsScreen(AppModel& model, QWidget* parent)
   layout->addWidget(state_);
   layout->addWidget(split, 1);
 
+  connect(filter_, &QLineEdit::textChanged, removed_->sorted(), &QSortFilterProxyModel::setFilterFixedString);
   connect(refresh_, &QPushButton::clicked, this, [this] { model_.tools().load(ToolResults::Tool::apps); });
   connect(apps_->selectionModel(), &QItemSelectionModel::currentChanged, this, &AppsScreen::showCurrent);
   connect(leftoverRows_, &ToolListModel::tickedChanged, this, &AppsScreen::showTicked);
@@ -191,12 +192,8 @@ void AppsScreen::refresh() {
                       qstr(app.id)});
     }
   }
-  const std::string current = apps_->currentRow() ? apps_->currentRow()->key : std::string();
   const size_t count = rows.size();
-  appRows_->setRows(std::move(rows));
-  if (const QModelIndex again = appRows_->indexOf(current); again.isValid()) {
-    apps_->setCurrentIndex(apps_->sorted()->mapFromSource(again));
-  }
+  apps_->setRows(std::move(rows));
 
   const auto wasTicked = removedRows_->ticked();
   std::vector<ToolListModel::Row> groups;
@@ -221,7 +218,7 @@ void AppsScreen::refresh() {
     }
   }
   const bool anyRemoved = !groups.empty();
-  removedRows_->setRows(std::move(groups));
+  removed_->setRows(std::move(groups));
   removedHeading_->setText("Leftovers of Removed Apps \u00b7 " + bytesText(leftBehind));
 
   if (!apps) {

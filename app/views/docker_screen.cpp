@@ -145,7 +145,7 @@ void DockerScreen::refresh() {
                       {pathText(disk.path, model_.home()), {}}},
                      pathText(disk.path, model_.home())});
   }
-  diskRows_->setRows(std::move(disks));
+  disks_->setRows(std::move(disks));
   for (QWidget* part : std::initializer_list<QWidget*>{disksHeading_, disksNote_, disks_}) {
     part->setVisible(!docker->disks.empty());
   }

@@ -216,7 +216,7 @@ void DuplicatesScreen::refresh() {
   for (const auto& row : rows) {
     for (const auto& child : row.children) seen_.insert(child.key);
   }
-  rows_->setRows(std::move(rows));
+  sets_->setRows(std::move(rows));
 
   const QString where = found && found->folder ? " in " + pathText(*found->folder, model_.home())
                                                : QString(" among the last scan's big files");
@@ -273,7 +273,7 @@ void DuplicatesScreen::keep(bool oldest) {
     const size_t stays = oldest ? 0 : row.children.size() - 1;
     for (size_t i = 0; i < row.children.size(); ++i) row.children[i].ticked = i != stays;
   }
-  rows_->setRows(std::move(rows));
+  sets_->setRows(std::move(rows));
 }
 
 void DuplicatesScreen::showTicked() {

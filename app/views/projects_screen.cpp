@@ -15,11 +15,17 @@
 #include "app/views/tool_parts.h"
 #include "app/views/trash_confirmation.h"
 #include "kit/base/clock.h"
+#include "kit/base/paths.h"
 #include "kit/base/saturating.h"
 #include "kit/cleanup/keep_list.h"
 
 namespace tallyfin::app {
 namespace {
+
+ToolListModel::Cell lastCommitCell(const std::optional<DevProject::Git>& git) {
+  if (!git || !git->lastCommit) return {QString::fromUtf8("\u2014"), static_cast<qlonglong>(0)};
+  return {dayText(static_cast<double>(*git->lastCommit)), static_cast<qlonglong>(*git->lastCommit)};
+}
 
 QString changesText(const std::optional<DevProject::Git>& git) {
   if (!git || !git->dirty) return QString::fromUtf8("\u2014");
@@ -40,7 +46,7 @@ ProjectsScreen::ProjectsScreen(AppModel& model, QWidget* parent)
       refresh_(new QPushButton("Refresh", this)),
       staleOnly_(new QCheckBox("Stale only", this)),
       stalePeriod_(new QComboBox(this)),
-      rows_(new ToolListModel({"Project", "Clutter", "Branch", "Last activity", "Git", "Folder"}, this)),
+      rows_(new ToolListModel({"Project", "Clutter", "Branch", "Last commit", "Last activity", "Git", "Folder"}, this)),
       projects_(new ToolList(rows_, "Projects and their clutter", this)),
       ticked_(new QLabel(this)),
       reveal_(new QPushButton("Show in Folder", this)),
@@ -56,7 +62,7 @@ ProjectsScreen::ProjectsScreen(AppModel& model, QWidget* parent)
   reveal_->setAccessibleName("Show the chosen project or folder in the file manager");
   trash_->setObjectName("trashClutter");
   trash_->setAccessibleName("Move the ticked clutter to the Trash");
-  projects_->header()->setSectionResizeMode(5, QHeaderView::Stretch);
+  projects_->header()->setSectionResizeMode(6, QHeaderView::Stretch);
   projects_->sortByColumn(1, Qt::DescendingOrder);  // most clutter first
 
   auto* top = new QHBoxLayout;
@@ -137,31 +143,32 @@ void ProjectsScreen::refresh() {
     if (model_.projectsStaleOnly() && !isStale) continue;
     clutter = saturatingAdd(clutter, project.clutterSize);
     const auto& git = project.git;
-    ToolListModel::Row row{
-        project.path,
-        {{qstr(project.name), {}},
-         sizeCell(project.clutterSize),
-         git ? textCell(git->branch) : ToolListModel::Cell{"not a git project", {}},
-         ageCell(project.lastActivity, now),
-         {changesText(git), {}},
-         {pathText(project.path, model_.home()), {}}},
-        git && git->lastCommit ? "Last commit " + dateText(static_cast<double>(*git->lastCommit)) : QString()};
+    ToolListModel::Row row{project.path,
+                           {{qstr(project.name), {}},
+                            sizeCell(project.clutterSize),
+                            git ? textCell(git->branch) : ToolListModel::Cell{"not a git project", {}},
+                            lastCommitCell(git),
+                            ageCell(project.lastActivity, now),
+                            {changesText(git), {}},
+                            {pathText(project.path, model_.home()), {}}}};
     for (const auto& item : project.clutter) {
+      // The folder's own name says what it is to a developer ("node_modules", "target").
       ToolListModel::Row child{item.path,
-                               {{qstr(item.title), {}},
+                               {{qstr(lastComponent(item.path)), {}},
                                 sizeCell(item.size),
+                                {},
                                 {},
                                 ageCell(item.modified, now),
                                 {},
                                 {pathText(item.path, model_.home()), {}}},
-                               qstr(item.detail)};
+                               qstr(item.title) + "\n" + qstr(item.detail)};
       if (item.trashable) child.ticked = wasTicked.contains(item.path);
       row.children.push_back(std::move(child));
     }
     rows.push_back(std::move(row));
   }
   const size_t shown = rows.size();
-  rows_->setRows(std::move(rows));
+  projects_->setRows(std::move(rows));
 
   if (!model_.scanner().report()) {
     state_->setText(noReportText(model_));

@@ -97,11 +97,7 @@ void SystemDataScreen::refresh() {
            qstr(part.detail)});
     }
   }
-  const std::string current = parts_->currentRow() ? parts_->currentRow()->key : std::string();
-  rows_->setRows(std::move(rows));
-  if (const QModelIndex again = rows_->indexOf(current); again.isValid()) {
-    parts_->setCurrentIndex(parts_->sorted()->mapFromSource(again));
-  }
+  parts_->setRows(std::move(rows));
   if (!model_.scanner().report()) {
     state_->setText(noReportText(model_));
   } else if (!parts) {

@@ -54,6 +54,13 @@ void ToolList::applyFit() {
 
 const ToolListModel::Row* ToolList::currentRow() const { return rows_->rowAt(sorted_->mapToSource(currentIndex())); }
 
+void ToolList::setRows(std::vector<ToolListModel::Row> rows) {
+  const std::string current = currentRow() ? currentRow()->key : std::string();
+  rows_->setRows(std::move(rows));
+  if (const QModelIndex again = rows_->indexOf(current); again.isValid())
+    setCurrentIndex(sorted_->mapFromSource(again));
+}
+
 QLineEdit* ToolList::makeFilterBox(const QString& placeholder, const QString& accessibleName, QWidget* parent) {
   auto* box = new QLineEdit(parent);
   box->setPlaceholderText(placeholder);

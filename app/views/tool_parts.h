@@ -33,6 +33,8 @@ class ToolList : public QTreeView {
   QSortFilterProxyModel* sorted() const { return sorted_; }
   // The row under the cursor, if any.
   const ToolListModel::Row* currentRow() const;
+  // Replaces the rows, keeping the cursor on its row where that is still listed.
+  void setRows(std::vector<ToolListModel::Row> rows);
   // A box whose text filters this list.
   QLineEdit* makeFilterBox(const QString& placeholder, const QString& accessibleName, QWidget* parent);
   // Keeps the list just tall enough for its rows, up to `most` of them: a short
