@@ -14,7 +14,7 @@ namespace {
 // Tools mostly wait on disks and child processes; four at once is plenty.
 constexpr int kToolThreads = 4;
 
-ToolResults::Apps installedApps(const AppEnvironment& environment, double now) {
+ToolResults::Apps appsFound(const AppEnvironment& environment, double now) {
   ToolResults::Apps found;
   found.inventory = AppInventory::gather(environment.applicationFolders, environment.home,
                                          firstExecutable(environment.flatpakPlaces), now);
@@ -77,7 +77,7 @@ void ToolResults::load(Tool tool) {
       return;
     case Tool::apps:
       run<Apps>(
-          tool, [environment = environment_] { return installedApps(environment, secondsSinceEpoch()); },
+          tool, [environment = environment_] { return appsFound(environment, secondsSinceEpoch()); },
           &ToolResults::apps);
       return;
     case Tool::docker:
