@@ -9,6 +9,10 @@
 //                                   in which it could not run, and how much of that
 //                                   stretch was the main thread's own work (the rest
 //                                   is time the system gave to other threads)
+//   tallyfin-app-speed duplicates FOLDER
+//                                   the same while the Duplicates screen searches
+//                                   FOLDER (files of 1 MB and more), with the hash
+//                                   cache of the data folder $XDG_DATA_HOME names
 //
 // The window is drawn offscreen unless QT_QPA_PLATFORM says otherwise.
 
@@ -91,6 +95,44 @@ int startup(QElapsedTimer& sinceMain) {
   return QApplication::exec();
 }
 
+// A timer on the main thread every 5 ms, from start(): the longest stretch in which
+// it could not run, and the processor time the main thread itself used in one stretch.
+struct StallWatch {
+  QElapsedTimer clock;
+  QTimer ticker;
+  qint64 last = -1, longest = 0, ticks = 0;
+  qint64 lastWork = 0, longestBusy = 0;
+
+  StallWatch() {
+    ticker.setTimerType(Qt::PreciseTimer);
+    QObject::connect(&ticker, &QTimer::timeout, [this] {
+      const qint64 now = clock.nsecsElapsed();
+      const qint64 work = threadCpuNanoseconds();
+      if (last >= 0) {
+        longest = std::max(longest, now - last);
+        longestBusy = std::max(longestBusy, work - lastWork);
+      }
+      last = now;
+      lastWork = work;
+      ++ticks;
+    });
+  }
+  void start() {
+    clock.start();
+    ticker.start(kTickMilliseconds);
+  }
+  // "seconds": …, "longest_main_thread_stall_ms": …, "longest_main_thread_work_ms": …, "ticks": …
+  std::string json(const char* seconds) const {
+    char text[256];
+    std::snprintf(text, sizeof text,
+                  "\"%s\": %.2f, \"longest_main_thread_stall_ms\": %.1f, \"longest_main_thread_work_ms\": %.1f, "
+                  "\"ticks\": %lld",
+                  seconds, static_cast<double>(clock.nsecsElapsed()) / 1e9, static_cast<double>(longest) / 1e6,
+                  static_cast<double>(longestBusy) / 1e6, static_cast<long long>(ticks));
+    return text;
+  }
+};
+
 int scan(const std::string& folder) {
   AppEnvironment environment = AppEnvironment::forThisUser();
   environment.configuration.root = folder;
@@ -102,44 +144,61 @@ int scan(const std::string& folder) {
   for (const Route route : {Route::cleanup, Route::largeFiles, Route::history}) model.setRoute(route);
   app.start({Route::overview, false});
 
-  QElapsedTimer clock, scanClock;
-  qint64 last = -1, longest = 0, ticks = 0, updates = 0;
-  // The processor time the main thread itself used between two ticks.
-  qint64 lastWork = 0, longestBusy = 0;
-  QTimer ticker;
-  ticker.setTimerType(Qt::PreciseTimer);
-  QObject::connect(&ticker, &QTimer::timeout, [&] {
-    const qint64 now = clock.nsecsElapsed();
-    const qint64 work = threadCpuNanoseconds();
-    if (last >= 0) {
-      longest = std::max(longest, now - last);
-      longestBusy = std::max(longestBusy, work - lastWork);
-    }
-    last = now;
-    lastWork = work;
-    ++ticks;
-  });
+  StallWatch watch;
+  qint64 updates = 0;
   QObject::connect(&model.scanner(), &ScanController::progressChanged, [&] { ++updates; });
   QObject::connect(&model.scanner(), &ScanController::scanningChanged, [&](bool scanning) {
     if (scanning) return;
     // One more tick after the result was applied, so that work counts too.
     QTimer::singleShot(kTickMilliseconds, [&] {
       const auto report = model.scanner().report();
-      std::printf(
-          "{\"scan_seconds\": %.2f, \"files\": %lld, \"longest_main_thread_stall_ms\": %.1f, "
-          "\"longest_main_thread_work_ms\": %.1f, \"ticks\": %lld, \"progress_updates\": %lld, \"error\": \"%s\"}\n",
-          static_cast<double>(scanClock.nsecsElapsed()) / 1e9, static_cast<long long>(report ? report->fileCount : 0),
-          static_cast<double>(longest) / 1e6, static_cast<double>(longestBusy) / 1e6, static_cast<long long>(ticks),
-          static_cast<long long>(updates),
-          model.scanner().scanError().value_or("").c_str());
+      std::printf("{%s, \"files\": %lld, \"progress_updates\": %lld, \"error\": \"%s\"}\n",
+                  watch.json("scan_seconds").c_str(), static_cast<long long>(report ? report->fileCount : 0),
+                  static_cast<long long>(updates), model.scanner().scanError().value_or("").c_str());
       QApplication::quit();
     });
   });
   QTimer::singleShot(500, [&] {  // once the window and the first load have settled
-    clock.start();
-    scanClock.start();
-    ticker.start(kTickMilliseconds);
+    watch.start();
     model.scanner().scan();
+  });
+  return QApplication::exec();
+}
+
+int duplicates(const std::string& folder) {
+  DesktopApp app(AppEnvironment::forThisUser());
+  AppModel& model = app.model();
+  model.setRoute(Route::duplicates);
+  app.start({Route::duplicates, false});
+
+  StallWatch watch;
+  qint64 updates = 0;
+  bool searching = false;
+  QObject::connect(&model.tools(), &ToolResults::duplicateProgressChanged, [&] { ++updates; });
+  QObject::connect(&model.tools(), &ToolResults::changed, [&] {
+    if (!searching || model.tools().isLoading(ToolResults::Tool::duplicates)) return;
+    searching = false;
+    QTimer::singleShot(kTickMilliseconds, [&] {
+      const auto& found = model.tools().duplicates;
+      int64_t reclaimable = 0;
+      for (const auto& group : found ? found->groups : std::vector<DuplicateGroup>{}) reclaimable += group.reclaimable();
+      std::printf("{%s, \"sets\": %zu, \"reclaimable_bytes\": %lld, \"progress_updates\": %lld}\n",
+                  watch.json("search_seconds").c_str(), found ? found->groups.size() : size_t{0},
+                  static_cast<long long>(reclaimable), static_cast<long long>(updates));
+      QApplication::quit();
+    });
+  });
+  // Once the window has settled and the screen's own search of the scan's big files is done.
+  QTimer::singleShot(500, [&] {
+    QTimer* wait = new QTimer(&app.window());
+    QObject::connect(wait, &QTimer::timeout, [&, wait] {
+      if (model.tools().isLoading(ToolResults::Tool::duplicates)) return;
+      wait->deleteLater();
+      watch.start();
+      searching = true;
+      model.tools().findDuplicates(folder, DuplicateFinder::kFolderMinimum);
+    });
+    wait->start(50);
   });
   return QApplication::exec();
 }
@@ -154,6 +213,7 @@ int main(int argc, char** argv) {
   const QStringList arguments = QApplication::arguments();
   if (arguments.size() == 2 && arguments[1] == "startup") return startup(sinceMain);
   if (arguments.size() == 3 && arguments[1] == "scan") return scan(arguments[2].toStdString());
-  std::fputs("usage: tallyfin-app-speed startup | scan FOLDER\n", stderr);
+  if (arguments.size() == 3 && arguments[1] == "duplicates") return duplicates(arguments[2].toStdString());
+  std::fputs("usage: tallyfin-app-speed startup | scan FOLDER | duplicates FOLDER\n", stderr);
   return 64;
 }

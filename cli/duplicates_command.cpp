@@ -19,8 +19,6 @@ namespace {
 
 using namespace exit_code;
 
-constexpr int64_t kFolderMinimum = 1'000'000;
-
 std::string progressText(const DuplicateProgress& progress) {
   if (progress.listedFiles) return "Listing: " + groupedNumber(*progress.listedFiles) + " files";
   const int64_t percent = progress.totalBytes > 0 ? progress.hashedBytes * 100 / progress.totalBytes : 0;
@@ -47,7 +45,7 @@ int planFolderSearch(const Options& options, const std::string& home, Plan& plan
   }
   plan.found.folder = folder;
   plan.search.home = DuplicateFinder::searchHome(folder, home);
-  plan.search.minimum = options.minimumBytes.value_or(kFolderMinimum);
+  plan.search.minimum = options.minimumBytes.value_or(DuplicateFinder::kFolderMinimum);
   plan.search.progress = [&](const DuplicateProgress& p) { progress.show(progressText(p), folder); };
   auto collected = DuplicateFinder::collect(folder, plan.search);
   plan.candidates = std::move(collected.candidates);
@@ -60,7 +58,7 @@ int planScanSearch(const Options& options, const Store& store, const std::string
   if (!report) return kNoReport;
   plan.search.home = home;
   plan.search.minimum = options.minimumBytes.value_or(DuplicateFinder::kDefaultMinimum);
-  for (const auto& file : report->largeFiles) plan.candidates.push_back({file.path, file.size, file.modified});
+  plan.candidates = DuplicateFinder::candidates(report->largeFiles);
   return kOk;
 }
 
@@ -124,8 +122,8 @@ std::string textDuplicates(const nlohmann::json& found, const std::string& home)
     const int64_t frees = group.at("reclaimable").get<int64_t>();
     const auto& files = group.at("files");
     sampled = sampled || !group.at("verified").get<bool>();
-    // Clones share their blocks: removing one frees next to nothing.
-    const std::string gain = frees * 100 < size ? "clone — frees ~0" : "frees " + Format::bytes(frees);
+    const std::string gain =
+        DuplicateFinder::freesNextToNothing(size, frees) ? "clone — frees ~0" : "frees " + Format::bytes(frees);
     text += "\n" + Format::bytes(size) + " × " + std::to_string(files.size()) + ", " + gain + "\n";
     for (const auto& file : files) {
       text += file.at("keep").get<bool>() ? "  keep  " : "        ";

@@ -13,7 +13,7 @@ if [ "${1:-}" = --on-display ]; then
   # Later starts hand their --route to the running app, which switches screens.
   shoot() {
     if [ -n "${2:-}" ]; then "$app" --route "$2"; fi
-    sleep 1.5
+    sleep "${3:-1.5}"
     import -window root -crop "$size+0+0" +repage "$out/$1$SUFFIX.png"
   }
   "$app" &
@@ -23,6 +23,12 @@ if [ "${1:-}" = --on-display ]; then
   shoot cleanup cleanup
   shoot large-files largeFiles
   shoot history history
+  shoot ai-models aiModels 3
+  shoot projects projects 3
+  shoot duplicates duplicates 3
+  shoot apps apps 3
+  shoot docker docker 3
+  shoot system-data systemData 3
   kill "$pid"
   wait "$pid" 2>/dev/null || true
   exit 0
@@ -37,12 +43,14 @@ out=$repo/docs/screenshots
 size=1180x780
 [ -x "$app" ] && [ -x "$cli" ] || { echo "screenshots: build the release preset first" >&2; exit 1; }
 
-work=$(mktemp -d)
+# Not under /tmp: the System Data screen measures /tmp, which must not hold the home.
+work=$(mktemp -d "$build/screenshots.XXXXXX")
 trap 'rm -rf "$work"' EXIT
 python3 "$repo/../shared/bench/make-tree.py" "$work/home" --files 20000 --no-special --quiet >/dev/null
 mkdir -m 700 "$work/run"
 export HOME="$work/home" XDG_DATA_HOME="$work/data" XDG_CONFIG_HOME="$work/config" XDG_RUNTIME_DIR="$work/run"
 
+sh "$repo/scripts/screenshot-tools.sh" fixture "$work"
 "$cli" --root "$HOME" >/dev/null
 # Growth for the second scan to report: a model download and an installer.
 mkdir -p "$HOME/.cache/huggingface/hub/models--acme--coder-7b/blobs" "$HOME/Downloads"
@@ -84,11 +92,13 @@ for step in range(3, 0, -1):
     earlier.append({"date": oldest["date"] - step * 5 * day, "sizes": sizes})
 save("folder-history.json", earlier + samples)
 PY
+sh "$repo/scripts/screenshot-tools.sh" system "$XDG_DATA_HOME/Tallyfin/report.json"
 
 mkdir -p "$out"
 export app out size
 capture() {  # capture SUFFIX: every built screen of a fresh app on its own virtual display
-  SUFFIX=$1 xvfb-run -a -s "-screen 0 ${size}x24" sh "$repo/scripts/screenshots.sh" --on-display
+  SUFFIX=$1 sh "$repo/scripts/screenshot-tools.sh" run "$work" \
+    xvfb-run -a -s "-screen 0 ${size}x24" sh "$repo/scripts/screenshots.sh" --on-display
 }
 capture ""
 mkdir -p "$XDG_CONFIG_HOME/Tallyfin"

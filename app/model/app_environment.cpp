@@ -2,6 +2,9 @@
 
 #include "kit/platform/launch_agents.h"
 #include "kit/platform/user_folders.h"
+#include "kit/tools/app_uninstaller.h"
+#include "kit/tools/docker_probe.h"
+#include "kit/tools/flatpak_apps.h"
 #include "kit/tools/tool_probe.h"
 
 namespace tallyfin::app {
@@ -17,7 +20,10 @@ AppEnvironment AppEnvironment::forThisUser() {
                         [](Schedule schedule) {
                           return Scheduler(platform::LaunchAgents(platform::LaunchAgents::forThisUser())).state(schedule);
                         },
-                        "/"};
+                        "/",
+                        AppUninstaller::applicationFolders(home),
+                        DockerProbe::cliPaths(home),
+                        Flatpak::cliPaths()};
 }
 
 }  // namespace tallyfin::app

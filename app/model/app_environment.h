@@ -7,6 +7,7 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "kit/scan/scan_pipeline.h"
 #include "kit/shell/preferences.h"
@@ -27,6 +28,11 @@ struct AppEnvironment {
   std::function<SchedulerState(Schedule)> scheduleState;
   // The volume the disk bar and the tray describe.
   std::string volume = "/";
+  // Where the disk tools look: the folders apps are installed in, and the places a
+  // docker or flatpak command is looked for (in order), each time one is asked.
+  std::vector<std::string> applicationFolders;
+  std::vector<std::string> dockerPlaces;
+  std::vector<std::string> flatpakPlaces;
 
   // This user's home, data folder, preferences, Trash and timers; the whole disk.
   static AppEnvironment forThisUser();

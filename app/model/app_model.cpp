@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "app/model/off_main_thread.h"
+#include "kit/base/paths.h"
 #include "kit/cleanup/keep_list.h"
 #include "kit/store/disk_info.h"
 
@@ -12,12 +13,16 @@ AppModel::AppModel(AppEnvironment environment, QObject* parent)
     : QObject(parent),
       environment_(std::move(environment)),
       scanner_(environment_),
-      trash_(environment_.home, TrashService(environment_.home, environment_.store, environment_.trasher)) {
+      trash_(environment_.home, TrashService(environment_.home, environment_.store, environment_.trasher)),
+      tools_(environment_) {
   const Preferences& preferences = environment_.preferences;
   showMenuBar_ = preferences.flag(Preferences::Flag::menuBarShow);
   menuBarShowsFree_ = preferences.flag(Preferences::Flag::menuBarShowFree);
   hideDockWhenClosed_ = preferences.flag(Preferences::Flag::menuBarHideDock);
   appearance_ = preferences.appearance();
+  projectsStaleOnly_ = preferences.flag(Preferences::Flag::projectsStaleOnly);
+  projectsStaleDays_ = preferences.projectsStaleDays();
+  tools_.report = [this] { return scanner_.report(); };
 
   connect(&scanner_, &ScanController::eventSent, this, &AppModel::handle);
   trash_.reportDate = [this]() -> std::optional<double> {
@@ -209,15 +214,17 @@ std::optional<ItemIdentity> AppModel::seenInScan(const std::string& path) const 
   return ItemIdentity::inScan(report->tree, path);
 }
 
-void AppModel::trashSelection() {
+void AppModel::trashSelection() { trashSuggestions(selection_, "Cleanup"); }
+
+void AppModel::trashSuggestions(const std::set<std::string>& paths, const std::string& what) {
   std::vector<TrashItem> items;
   std::string label;
   for (const auto& item : cleanup_) {
-    if (!selection_.contains(item.path) || !item.trashable) continue;
+    if (!paths.contains(item.path) || !item.trashable) continue;
     items.push_back({item.path, item.size, TrashItem::Origin::suggestion, seenInScan(item.path)});
     label = item.title;
   }
-  if (items.size() != 1) label = "Cleanup: " + itemCount(items.size());
+  if (items.size() != 1) label = what + ": " + itemCount(items.size());
   trash_.trash(std::move(items), label);
 }
 
@@ -231,5 +238,80 @@ void AppModel::trashFiles(std::vector<std::pair<std::string, int64_t>> files, st
 }
 
 void AppModel::undo(const std::string& batchId) { trash_.undo(batchId); }
+
+void AppModel::uninstall(const InstalledApp& app, const std::vector<AppLeftover>& leftovers) {
+  if (app.refusal) {
+    setNotice(app.name + " can't be removed here: " + *app.refusal + ".", false);
+    return;
+  }
+  auto removal = AppUninstaller::uninstallBatch(app, leftovers, home());
+  trash_.trash(std::move(removal.items), std::move(removal.label));
+}
+
+void AppModel::removeLeftovers(const std::vector<std::pair<OrphanGroup, std::vector<AppLeftover>>>& chosen) {
+  std::vector<TrashItem> items;
+  std::string label;
+  for (const auto& [group, leftovers] : chosen) {
+    auto removal = AppUninstaller::leftoversBatch(group, leftovers, home());
+    items.insert(items.end(), removal.items.begin(), removal.items.end());
+    label = std::move(removal.label);
+  }
+  if (chosen.size() != 1) label = "Leftovers of " + std::to_string(chosen.size()) + " removed apps";
+  trash_.trash(std::move(items), std::move(label));
+}
+
+void AppModel::trashDuplicates(std::vector<DuplicateRemoval> removals) {
+  std::vector<TrashItem> items;
+  for (const auto& removal : removals) {
+    for (const auto& extra : removal.extras) {
+      // What a copy frees is what it does not share with a clone.
+      // The search read a regular file there; a link put in its place stays.
+      items.push_back({extra.path, extra.privateSize, TrashItem::Origin::userChoice,
+                       ItemIdentity{ItemIdentity::Type::file, std::nullopt, std::nullopt}});
+    }
+  }
+  const std::string label = items.size() == 1 ? "Duplicate: " + std::string(lastComponent(items.front().path))
+                                              : "Duplicates: " + itemCount(items.size());
+  trash_.trash(std::move(items), label, [removals = std::move(removals)](std::vector<TrashItem>& moving) {
+    std::vector<std::pair<std::string, std::string>> held;
+    for (const auto& removal : removals) {
+      std::vector<std::string> extras;
+      for (const auto& extra : removal.extras) extras.push_back(extra.path);
+      const auto same = DuplicateFinder::confirmed(removal.keeper, extras);
+      for (const auto& extra : extras) {
+        if (std::find(same.begin(), same.end(), extra) != same.end()) continue;
+        held.emplace_back(extra, "No longer the same as the copy kept \u2014 left in place");
+        std::erase_if(moving, [&](const TrashItem& item) { return item.path == extra; });
+      }
+    }
+    return held;
+  });
+}
+
+void AppModel::trashClutter(const std::set<std::string>& paths) { trashSuggestions(paths, "Project clutter"); }
+
+void AppModel::trashModel(const AIModel& model) {
+  if (const auto command = model.command()) {
+    setNotice(model.name + " is kept in Ollama's own store \u2014 remove it with `" + *command + "`.", false);
+    return;
+  }
+  trash_.trash({{model.path, model.size, TrashItem::Origin::userChoice, seenInScan(model.path)}},
+               "Model: " + model.name);
+}
+
+void AppModel::setProjectsStale(bool only, int days) {
+  if (only == projectsStaleOnly_ && days == projectsStaleDays_) return;
+  const bool daysChanged = days != projectsStaleDays_;
+  const bool onlyChanged = only != projectsStaleOnly_;
+  projectsStaleOnly_ = only;
+  projectsStaleDays_ = days;
+  emit projectsFilterChanged();
+  writePreference([only, days, onlyChanged, daysChanged](const Preferences& p) -> Status {
+    if (onlyChanged) {
+      if (auto written = p.setFlag(Preferences::Flag::projectsStaleOnly, only); !written) return written;
+    }
+    return daysChanged ? p.setProjectsStaleDays(days) : ok();
+  });
+}
 
 }  // namespace tallyfin::app

@@ -86,6 +86,29 @@ class AppModel : public QObject {
   // Moves files the user picked (large files), as one batch.
   void trashFiles(std::vector<std::pair<std::string, int64_t>> files, std::string label);
   void undo(const std::string& batchId);
+
+  // The disk tools' moves, each one batch through the Trash coordinator.
+  // The app with the chosen leftovers; an app that may not go is refused with its reason.
+  void uninstall(const InstalledApp& app, const std::vector<AppLeftover>& leftovers);
+  // The chosen leftovers of removed apps, all in one batch.
+  void removeLeftovers(const std::vector<std::pair<OrphanGroup, std::vector<AppLeftover>>>& chosen);
+  // The copies to remove from one set of identical files, and the copy that stays.
+  struct DuplicateRemoval {
+    std::string keeper;
+    std::vector<DuplicateGroup::File> extras;
+  };
+  // Each extra is compared byte for byte with its keeper right before the move;
+  // one that differs stays, and the notice says so.
+  void trashDuplicates(std::vector<DuplicateRemoval> removals);
+  // Ticked clutter of the projects screen: suggestions of the report.
+  void trashClutter(const std::set<std::string>& paths);
+  // A model's own folder; Ollama's models are removed with its command instead.
+  void trashModel(const AIModel& model);
+  // The projects screen's filter, mirrored from the preferences.
+  bool projectsStaleOnly() const { return projectsStaleOnly_; }
+  int projectsStaleDays() const { return projectsStaleDays_; }
+  void setProjectsStale(bool only, int days);
+
   // Works out the cleanup list again, unless a batch of updates is under way.
   void recomputeDerived();
 
@@ -100,12 +123,16 @@ class AppModel : public QObject {
   void appearanceChanged(tallyfin::Appearance appearance);
   void launchedChanged();
   void noticeChanged();
+  void projectsFilterChanged();
 
  private:
   void refreshSystemState();
   std::optional<ItemIdentity> seenInScan(const std::string& path) const;
   // Writes one preference off the main thread; a failure becomes the notice.
   void writePreference(std::function<Status(const Preferences&)> write);
+  // The listed suggestions among `paths` that may move, as one batch named after
+  // the one item or after `what` they are.
+  void trashSuggestions(const std::set<std::string>& paths, const std::string& what);
 
   AppEnvironment environment_;
   ScanController scanner_;
@@ -127,6 +154,8 @@ class AppModel : public QObject {
   std::optional<std::string> notice_;
   bool noticeIsSuccess_ = false;
   bool batchingUpdates_ = false;
+  bool projectsStaleOnly_ = false;
+  int projectsStaleDays_ = ProjectScanner::kDefaultStaleDays;
 };
 
 }  // namespace tallyfin::app

@@ -16,7 +16,7 @@
 namespace tallyfin::app {
 
 template <class Work, class Done>
-void offMainThread(QObject* context, Work work, Done done) {
+void offMainThread(QThreadPool& pool, QObject* context, Work work, Done done) {
   // Cleared by the context's own destruction, under the same lock as the hand-back,
   // so a result is only ever posted to a living object.
   struct Target {
@@ -30,7 +30,7 @@ void offMainThread(QObject* context, Work work, Done done) {
     const std::lock_guard guard(target->lock);
     target->object = nullptr;
   });
-  QThreadPool::globalInstance()->start([target, work = std::move(work), done = std::move(done)]() mutable {
+  pool.start([target, work = std::move(work), done = std::move(done)]() mutable {
     auto result = std::make_shared<decltype(work())>(work());
     const std::lock_guard guard(target->lock);
     if (!target->object) return;
@@ -42,6 +42,12 @@ void offMainThread(QObject* context, Work work, Done done) {
         },
         Qt::QueuedConnection);
   });
+}
+
+// The same on the shared pool.
+template <class Work, class Done>
+void offMainThread(QObject* context, Work work, Done done) {
+  offMainThread(*QThreadPool::globalInstance(), context, std::move(work), std::move(done));
 }
 
 }  // namespace tallyfin::app

@@ -15,11 +15,15 @@ double ProgressThrottle::monotonicSeconds() {
 // Forwarding under the lock keeps the order: a phase change never overtakes the
 // scanning report before it.
 void ProgressThrottle::operator()(const ScanProgress& progress) {
+  pass(progress.phase == ScanProgress::Phase::scanning, [&] { forward_(progress); });
+}
+
+void ProgressThrottle::pass(bool droppable, const std::function<void()>& forward) {
   const std::lock_guard guard(lock_);
   const double now = clock_();
-  if (progress.phase == ScanProgress::Phase::scanning && now - last_ <= kIntervalSeconds) return;
+  if (droppable && now - last_ <= kIntervalSeconds) return;
   last_ = now;
-  forward_(progress);
+  forward();
 }
 
 }  // namespace tallyfin::app

@@ -17,10 +17,13 @@ class ProgressThrottle {
   using Clock = std::function<double()>;
 
   // `forward` runs on the reporting thread for every report that passes.
-  explicit ProgressThrottle(ProgressCallback forward, Clock clock = monotonicSeconds);
+  explicit ProgressThrottle(ProgressCallback forward = {}, Clock clock = monotonicSeconds);
 
   // Called from any thread.
   void operator()(const ScanProgress& progress);
+  // The same gate for reports of any other kind: `forward` runs on this thread
+  // unless the report is `droppable` and the last one passed within the interval.
+  void pass(bool droppable, const std::function<void()>& forward);
 
   // Seconds on a clock that never goes back.
   static double monotonicSeconds();

@@ -20,16 +20,19 @@ void TrashCoordinator::apply(std::vector<TrashBatch> batches) {
   emit batchesChanged();
 }
 
-void TrashCoordinator::refresh() {
-  const auto since = reportDate ? reportDate() : std::nullopt;
-  std::set<std::string> removed;
-  if (since) {
-    for (const auto& batch : allBatches_) {
-      for (const auto& entry : batch.entries) {
-        if (entry.date >= *since) removed.insert(entry.path);
-      }
+std::set<std::string> TrashCoordinator::movedSince(double date) const {
+  std::set<std::string> moved;
+  for (const auto& batch : allBatches_) {
+    for (const auto& entry : batch.entries) {
+      if (entry.date >= date) moved.insert(entry.path);
     }
   }
+  return moved;
+}
+
+void TrashCoordinator::refresh() {
+  const auto since = reportDate ? reportDate() : std::nullopt;
+  std::set<std::string> removed = since ? movedSince(*since) : std::set<std::string>{};
   if (removed == removed_) return;
   removed_ = std::move(removed);
   if (onRemovedChange) onRemovedChange();
@@ -52,7 +55,7 @@ void TrashCoordinator::reloadBatches() {
       });
 }
 
-void TrashCoordinator::trash(std::vector<TrashItem> items, std::optional<std::string> label) {
+void TrashCoordinator::trash(std::vector<TrashItem> items, std::optional<std::string> label, Check check) {
   if (isTrashing_ || items.empty()) return;
   setTrashing(true);
   struct Done {
@@ -61,9 +64,11 @@ void TrashCoordinator::trash(std::vector<TrashItem> items, std::optional<std::st
   };
   offMainThread(
       this,
-      [service = service_, items = std::move(items), label = std::move(label)] {
+      [service = service_, items = std::move(items), label = std::move(label), check = std::move(check)]() mutable {
+        const auto held = check ? check(items) : std::vector<std::pair<std::string, std::string>>{};
         const double now = secondsSinceEpoch();
-        TrashOutcome outcome = service.trash(items, label, now);
+        TrashOutcome outcome = items.empty() ? TrashOutcome{} : service.trash(items, label, now);
+        outcome.failed.insert(outcome.failed.begin(), held.begin(), held.end());
         return Done{std::move(outcome), service.batches(kJournalDays, now)};
       },
       [this](Done done) {

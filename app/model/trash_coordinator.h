@@ -10,6 +10,7 @@
 #include <optional>
 #include <set>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "kit/trash/trash_service.h"
@@ -30,6 +31,8 @@ class TrashCoordinator : public QObject {
   const std::vector<TrashBatch>& batches() const { return batches_; }
   // Paths moved since the report was made, by this app or any other process.
   const std::set<std::string>& removed() const { return removed_; }
+  // Paths moved at or after `date` (seconds since 1970) and not put back.
+  std::set<std::string> movedSince(double date) const;
   const std::optional<TrashOutcome>& lastOutcome() const { return lastOutcome_; }
   bool isTrashing() const { return isTrashing_; }
 
@@ -48,8 +51,13 @@ class TrashCoordinator : public QObject {
   // Reads the journal again, off the main thread.
   void reloadBatches();
 
-  // Moves the items as one batch, unless a move is already running.
-  void trash(std::vector<TrashItem> items, std::optional<std::string> label);
+  // A last look at the items right before they move, off the main thread: it
+  // takes out those that may not go and says why (path, reason).
+  using Check = std::function<std::vector<std::pair<std::string, std::string>>(std::vector<TrashItem>& items)>;
+
+  // Moves the items as one batch, unless a move is already running; `check`, when
+  // given, runs first.
+  void trash(std::vector<TrashItem> items, std::optional<std::string> label, Check check = {});
   // Puts back what the batch moved, where it is still the very same item.
   void undo(const std::string& batchId);
 

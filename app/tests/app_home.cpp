@@ -30,7 +30,10 @@ AppEnvironment AppHome::environment() const {
                         {},
                         systemTrasher(path()),
                         [](Schedule) { return SchedulerState{}; },
-                        path()};
+                        path(),
+                        {home_ / "Applications"},
+                        {},
+                        {}};
 }
 
 std::vector<std::string> AppHome::childEnvironment() const {

@@ -27,7 +27,8 @@ class AppHome {
   std::string operator/(const std::string& relative) const { return home_ / relative; }
   std::string trashFiles() const { return home_.trashFiles(); }
   Store store() const { return home_.store(); }
-  // The whole home folder as the scan root; no tool probes; no scheduler.
+  // The whole home folder as the scan root; no tool probes; no scheduler; apps
+  // only in ~/Applications; no docker and no flatpak command.
   AppEnvironment environment() const;
   // The environment a child process (the command line) gets: this home's folders.
   std::vector<std::string> childEnvironment() const;

@@ -11,12 +11,6 @@ namespace tallyfin::app {
 QString PlaceholderScreen::plan(Route route) {
   switch (route) {
     case Route::map: return "A map of the scanned disk \u2014 sunburst, treemap or city \u2014 to open any folder.";
-    case Route::aiModels: return "Local AI models from Ollama, LM Studio and Hugging Face, and weights stored twice.";
-    case Route::projects: return "Code projects with their rebuildable clutter, last activity and git state.";
-    case Route::duplicates: return "Identical files, each group with the copy to keep.";
-    case Route::apps: return "Installed apps with their sizes, and what removed apps left behind.";
-    case Route::docker: return "Docker images, containers, volumes, build cache and VM disks.";
-    case Route::systemData: return "What fills the system's share of the disk, with the commands that free it.";
     case Route::agents: return "AI assistants connected to Tallyfin's MCP server.";
     case Route::help: return "How Tallyfin decides what is Safe, and how to get things back.";
     case Route::whatsNew: return "What changed in this version.";
@@ -24,7 +18,13 @@ QString PlaceholderScreen::plan(Route route) {
     case Route::overview:
     case Route::cleanup:
     case Route::largeFiles:
-    case Route::history: break;
+    case Route::history:
+    case Route::aiModels:
+    case Route::projects:
+    case Route::duplicates:
+    case Route::apps:
+    case Route::docker:
+    case Route::systemData: break;
   }
   return {};
 }
@@ -32,12 +32,6 @@ QString PlaceholderScreen::plan(Route route) {
 QString PlaceholderScreen::commandToday(Route route) {
   switch (route) {
     case Route::map: return "tallyfin --no-scan --json (and the MCP tool biggest_folders)";
-    case Route::aiModels: return "the MCP tool ai_models (tallyfin mcp)";
-    case Route::projects: return "the MCP tool dev_projects (tallyfin mcp)";
-    case Route::duplicates: return "tallyfin --duplicates [DIR]";
-    case Route::apps: return "tallyfin --apps";
-    case Route::docker: return "the MCP tool docker_status (tallyfin mcp)";
-    case Route::systemData: return "tallyfin --system-data";
     case Route::agents: return "tallyfin clients, tallyfin connect CLIENT";
     case Route::help: return "tallyfin --help";
     case Route::whatsNew: return "the README";
@@ -45,7 +39,13 @@ QString PlaceholderScreen::commandToday(Route route) {
     case Route::overview:
     case Route::cleanup:
     case Route::largeFiles:
-    case Route::history: break;
+    case Route::history:
+    case Route::aiModels:
+    case Route::projects:
+    case Route::duplicates:
+    case Route::apps:
+    case Route::docker:
+    case Route::systemData: break;
   }
   return {};
 }

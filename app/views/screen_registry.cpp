@@ -1,10 +1,16 @@
 #include "app/views/screen_registry.h"
 
+#include "app/views/ai_models_screen.h"
+#include "app/views/apps_screen.h"
 #include "app/views/cleanup_screen.h"
+#include "app/views/docker_screen.h"
+#include "app/views/duplicates_screen.h"
 #include "app/views/history_screen.h"
 #include "app/views/large_files_screen.h"
 #include "app/views/overview_screen.h"
 #include "app/views/placeholder_screen.h"
+#include "app/views/projects_screen.h"
+#include "app/views/system_data_screen.h"
 
 namespace tallyfin::app {
 namespace {
@@ -22,6 +28,12 @@ ScreenRegistry ScreenRegistry::standard() {
   registry.add(Route::cleanup, factory<CleanupScreen>());
   registry.add(Route::largeFiles, factory<LargeFilesScreen>());
   registry.add(Route::history, factory<HistoryScreen>());
+  registry.add(Route::aiModels, factory<AIModelsScreen>());
+  registry.add(Route::projects, factory<ProjectsScreen>());
+  registry.add(Route::duplicates, factory<DuplicatesScreen>());
+  registry.add(Route::apps, factory<AppsScreen>());
+  registry.add(Route::docker, factory<DockerScreen>());
+  registry.add(Route::systemData, factory<SystemDataScreen>());
   return registry;
 }
 

@@ -31,15 +31,6 @@ namespace Arg = ToolArguments;
 using AgentJson::isoDateOrNull;
 using AgentJson::orNull;
 
-std::string_view sourceName(AIModel::Source source) {
-  switch (source) {
-    case AIModel::Source::ollama: return "Ollama";
-    case AIModel::Source::lmStudio: return "LM Studio";
-    case AIModel::Source::huggingFace: return "Hugging Face";
-  }
-  return "";
-}
-
 // The folder a search may look at: inside home, not ~/Library, not hidden.
 std::string searchableFolder(const std::string& given, const std::string& home) {
   const std::string path = expandedHome(given, home);
@@ -132,7 +123,7 @@ json MCPServer::findDuplicates(const json& arguments) {
     found.truncated = collected.truncated;
   } else {
     search.minimum = DuplicateFinder::kDefaultMinimum;
-    for (const auto& file : report()->largeFiles) candidates.push_back({file.path, file.size, file.modified});
+    candidates = DuplicateFinder::candidates(report()->largeFiles);
   }
   DuplicateCache cache(settings_.store);
   search.cache = &cache;

@@ -156,6 +156,15 @@ struct WeightCopy {
 
 }  // namespace
 
+std::string_view sourceName(AIModel::Source source) {
+  switch (source) {
+    case AIModel::Source::ollama: return "Ollama";
+    case AIModel::Source::lmStudio: return "LM Studio";
+    case AIModel::Source::huggingFace: return "Hugging Face";
+  }
+  return "";
+}
+
 std::optional<std::string> AIModel::command() const {
   if (source != Source::ollama) return std::nullopt;
   return "ollama rm " + name;

@@ -37,6 +37,9 @@ struct AIModel {
   std::optional<std::string> command() const;
 };
 
+// "Ollama", "LM Studio", "Hugging Face".
+std::string_view sourceName(AIModel::Source source);
+
 struct ModelDuplicate {
   struct Copy {
     std::string modelID;  // the model's path

@@ -257,16 +257,26 @@ std::vector<OrphanGroup> orphans(const std::string& home, const std::vector<Inst
   return quiet;
 }
 
-TrashOutcome uninstall(const TrashService& trash, const InstalledApp& app, const std::vector<AppLeftover>& chosen,
-                       const std::string& home, double now) {
+Removal uninstallBatch(const InstalledApp& app, const std::vector<AppLeftover>& chosen, const std::string& home) {
   std::vector<TrashItem> items{{app.path, app.size, TrashItem::Origin::application}};
   for (auto& item : leftoverItems(chosen, home)) items.push_back(std::move(item));
-  return trash.trash(items, "Uninstall " + app.name, now);
+  return {std::move(items), "Uninstall " + app.name};
+}
+
+Removal leftoversBatch(const OrphanGroup& group, const std::vector<AppLeftover>& chosen, const std::string& home) {
+  return {leftoverItems(chosen, home), "Leftovers of " + group.displayName()};
+}
+
+TrashOutcome uninstall(const TrashService& trash, const InstalledApp& app, const std::vector<AppLeftover>& chosen,
+                       const std::string& home, double now) {
+  const Removal removal = uninstallBatch(app, chosen, home);
+  return trash.trash(removal.items, removal.label, now);
 }
 
 TrashOutcome removeLeftovers(const TrashService& trash, const OrphanGroup& group,
                              const std::vector<AppLeftover>& chosen, const std::string& home, double now) {
-  return trash.trash(leftoverItems(chosen, home), "Leftovers of " + group.displayName(), now);
+  const Removal removal = leftoversBatch(group, chosen, home);
+  return trash.trash(removal.items, removal.label, now);
 }
 
 }  // namespace AppUninstaller

@@ -74,6 +74,16 @@ std::vector<AppLeftover> leftovers(const InstalledApp& app, const std::vector<In
 std::vector<OrphanGroup> orphans(const std::string& home, const std::vector<InstalledApp>& installed, int days,
                                  double now);
 
+// What one batch moves and the name it has in the journal.
+struct Removal {
+  std::vector<TrashItem> items;
+  std::string label;
+};
+// The app bundle with the chosen leftovers.
+Removal uninstallBatch(const InstalledApp& app, const std::vector<AppLeftover>& chosen, const std::string& home);
+// The chosen leftovers of a removed app.
+Removal leftoversBatch(const OrphanGroup& group, const std::vector<AppLeftover>& chosen, const std::string& home);
+
 // The app and the chosen leftovers, moved as one batch.
 TrashOutcome uninstall(const TrashService& trash, const InstalledApp& app, const std::vector<AppLeftover>& chosen,
                        const std::string& home, double now);

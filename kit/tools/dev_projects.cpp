@@ -26,6 +26,13 @@ std::optional<int64_t> modificationTime(const std::string& path) {
   return info.st_mtim.tv_sec;
 }
 
+// Items inside other items are counted once.
+int64_t totalSize(const std::vector<CleanupItem>& clutter) {
+  int64_t total = 0;
+  for (const auto& item : outermostItems(clutter)) total = saturatingAdd(total, item.size);
+  return total;
+}
+
 bool later(const timespec& a, const timespec& b) {
   return a.tv_sec != b.tv_sec ? a.tv_sec > b.tv_sec : a.tv_nsec > b.tv_nsec;
 }
@@ -51,15 +58,24 @@ std::vector<DevProject> projects(const std::vector<CleanupItem>& items) {
     project.name = std::string(lastComponent(path));
     std::sort(project.clutter.begin(), project.clutter.end(),
               [](const CleanupItem& a, const CleanupItem& b) { return a.path < b.path; });
-    for (const auto& item : outermostItems(project.clutter)) {
-      project.clutterSize = saturatingAdd(project.clutterSize, item.size);
-    }
+    project.clutterSize = totalSize(project.clutter);
     project.lastActivity = modificationTime(path);
     found.push_back(std::move(project));
   }
   std::stable_sort(found.begin(), found.end(),
                    [](const DevProject& a, const DevProject& b) { return a.clutterSize > b.clutterSize; });
   return found;
+}
+
+std::vector<DevProject> remaining(std::vector<DevProject> projects, const HiddenPaths& hidden) {
+  std::vector<DevProject> left;
+  for (auto& project : projects) {
+    std::erase_if(project.clutter, [&](const CleanupItem& item) { return hidden.contains(item.path); });
+    if (project.clutter.empty()) continue;
+    project.clutterSize = totalSize(project.clutter);
+    left.push_back(std::move(project));
+  }
+  return left;
 }
 
 namespace {

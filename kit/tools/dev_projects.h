@@ -14,6 +14,7 @@
 #include <vector>
 
 #include "kit/cleanup/cleanup_item.h"
+#include "kit/cleanup/keep_list.h"
 
 namespace tallyfin {
 
@@ -44,6 +45,10 @@ inline constexpr int kDefaultStaleDays = 90;
 
 // The suggestions that belong to a project, gathered per project, biggest clutter first.
 std::vector<DevProject> projects(const std::vector<CleanupItem>& items);
+
+// The projects without the clutter that is hidden now (kept, or moved to the
+// Trash since), their sizes worked out again; projects left without clutter drop out.
+std::vector<DevProject> remaining(std::vector<DevProject> projects, const HiddenPaths& hidden);
 
 // Fills `git` and brings `lastActivity` forward to the repository's last work.
 std::vector<DevProject> withGit(std::vector<DevProject> projects, size_t fileLimit = kFileLimit);

@@ -249,6 +249,13 @@ std::vector<DuplicateGroup> find(const std::vector<DuplicateCandidate>& given,
   return groups;
 }
 
+std::vector<DuplicateCandidate> candidates(const std::vector<LargeFile>& largeFiles) {
+  std::vector<DuplicateCandidate> found;
+  found.reserve(largeFiles.size());
+  for (const auto& file : largeFiles) found.push_back({file.path, file.size, file.modified});
+  return found;
+}
+
 CollectedFiles collect(const std::string& folder, const DuplicateSearch& search, size_t limit) {
   CollectedFiles collected;
   DirectoryReader reader(MountTable::current());

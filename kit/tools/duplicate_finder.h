@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "kit/scan/scan_progress.h"
+#include "kit/store/large_file.h"
 #include "kit/tools/duplicate_cache.h"
 #include "kit/tools/duplicate_group.h"
 
@@ -69,12 +70,17 @@ struct CollectedFiles {
 namespace DuplicateFinder {
 
 inline constexpr int64_t kDefaultMinimum = 100'000'000;
+// A folder search looks at smaller files: what a folder holds twice is seldom big.
+inline constexpr int64_t kFolderMinimum = 1'000'000;
 inline constexpr size_t kFileLimit = 250'000;
 
 // Groups of identical files, most reclaimable space first. A cancelled search
 // returns the groups it finished.
 std::vector<DuplicateGroup> find(const std::vector<DuplicateCandidate>& candidates,
                                  const DuplicateSearch& search);
+
+// The last scan's large files as candidates of a search.
+std::vector<DuplicateCandidate> candidates(const std::vector<LargeFile>& largeFiles);
 
 // Every user file of at least the search's minimum size under `folder`, without
 // crossing into other file systems, up to `limit` files.

@@ -24,7 +24,16 @@ int64_t DuplicateGroup::reclaimable() const {
   return total;
 }
 
+bool DuplicateGroup::sharesStorage() const { return DuplicateFinder::freesNextToNothing(size, reclaimable()); }
+
 namespace DuplicateFinder {
+
+// Under 1% of one copy counts as nothing: clones still own a few private blocks.
+// (reclaimable × 100 < size, without the product overflowing.)
+bool freesNextToNothing(int64_t size, int64_t reclaimable) {
+  return reclaimable < size / 100 + (size % 100 != 0 ? 1 : 0);
+}
+
 
 bool isUserFile(std::string_view path, std::string_view home) {
   const std::string prefix = std::string(home) + "/";

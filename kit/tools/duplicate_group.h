@@ -29,6 +29,8 @@ struct DuplicateGroup {
   std::vector<File> byAge() const;
   // What removing every copy but the oldest frees: their private bytes.
   int64_t reclaimable() const;
+  // The copies are clones sharing their blocks: removing them frees next to nothing.
+  bool sharesStorage() const;
   bool operator==(const DuplicateGroup&) const = default;
 };
 
@@ -40,6 +42,10 @@ bool isUserFile(std::string_view path, std::string_view home);
 
 // The folders offered for a folder search that exist, in a fixed order.
 std::vector<std::string> suggestedFolders(const std::string& home);
+
+// Whether copies of `size` bytes whose removal frees `reclaimable` free next to
+// nothing, as clones that share their blocks do.
+bool freesNextToNothing(int64_t size, int64_t reclaimable);
 
 // The extras that are byte for byte the same as the keeper; only those may go.
 std::vector<std::string> confirmed(const std::string& keeper, const std::vector<std::string>& extras,

@@ -57,6 +57,31 @@ TEST(DevProjects, GroupsSuggestionsAndCountsNestedClutterOnce) {
   EXPECT_FALSE(project.isStale(1e12, 90));
 }
 
+TEST(DevProjects, HiddenClutterDropsOutAndTheSizesFollow) {
+  const auto projects = ProjectScanner::projects({
+      clutter("/code/web/node_modules", 500, "/code/web"),
+      clutter("/code/web/node_modules/.cache", 100, "/code/web"),
+      clutter("/code/web/dist", 50, "/code/web"),
+      clutter("/code/api/target", 900, "/code/api"),
+  });
+  // Keeping the outer folder leaves the one inside it to count on its own; a kept
+  // project's only clutter takes the whole project off the list.
+  const auto left = ProjectScanner::remaining(projects, {{"/code/api/target", "/code/web/node_modules"}, {}});
+  ASSERT_EQ(left.size(), 1u);
+  EXPECT_EQ(left[0].path, "/code/web");
+  EXPECT_EQ(left[0].clutterSize, 150);
+  ASSERT_EQ(left[0].clutter.size(), 2u);
+  EXPECT_EQ(left[0].clutter[0].path, "/code/web/dist");
+  // What a moved folder held went with it.
+  const auto moved = ProjectScanner::remaining(projects, {{}, {"/code/web/node_modules"}});
+  ASSERT_EQ(moved.size(), 2u);
+  EXPECT_EQ(moved[1].clutterSize, 50);
+  EXPECT_EQ(moved[1].clutter.size(), 1u);
+  const auto all = ProjectScanner::remaining(projects, {});
+  ASSERT_EQ(all.size(), 2u);
+  EXPECT_EQ(all[1].clutterSize, 550);
+}
+
 TEST(DevProjects, ASiblingThatSortsBetweenAFolderAndItsContentsIsNoHolder) {
   // Plain string order puts "build-cache" between "build" and "build/x": a look at
   // the previous item alone would count "build/x" a second time.

@@ -22,6 +22,19 @@ TEST(DuplicateGroup, KeepsTheOldestAndCountsOnlyPrivateBytesOfTheRest) {
   EXPECT_EQ(group.reclaimable(), std::numeric_limits<int64_t>::max());
 }
 
+TEST(DuplicateGroup, ClonesFreeUnderOnePercentOfACopy) {
+  DuplicateGroup group;
+  group.size = 1'000;
+  group.files = {{"/a", 1, 1'000}, {"/b", 2, 9}};
+  EXPECT_TRUE(group.sharesStorage());
+  group.files[1].privateSize = 10;  // exactly 1%: a real copy, if a tiny one
+  EXPECT_FALSE(group.sharesStorage());
+  EXPECT_TRUE(DuplicateFinder::freesNextToNothing(1'001, 10));
+  EXPECT_FALSE(DuplicateFinder::freesNextToNothing(0, 0));
+  EXPECT_FALSE(DuplicateFinder::freesNextToNothing(std::numeric_limits<int64_t>::max(),
+                                                   std::numeric_limits<int64_t>::max()));
+}
+
 TEST(DuplicateFinder, UserFilesAreTheUsersOwn) {
   const std::string home = "/home/ann";
   EXPECT_TRUE(DuplicateFinder::isUserFile("/home/ann/Movies/a.mov", home));
