@@ -24,3 +24,8 @@ for fuzzer in mcp_request config_text; do
   tail -n 1 "$found.log"
   rm -rf "$found" "$found.log"
 done
+
+# The Debian package, built from a release build of the installed programs only: as root it
+# is installed with apt-get, checked and removed again; as anyone else the test skips.
+echo "== package"
+tests/package/install-and-remove.sh
