@@ -48,24 +48,26 @@ set(CPACK_PACKAGE_CONTACT "${TALLYFIN_MAINTAINER}")
 set(CPACK_PACKAGE_HOMEPAGE_URL "${TALLYFIN_HOMEPAGE}")
 set(CPACK_RESOURCE_FILE_LICENSE "${PROJECT_SOURCE_DIR}/LICENSE")
 set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "disk usage analyser and safe cleaner")
-set(CPACK_PACKAGE_DESCRIPTION
-    "Tallyfin finds out what fills the disk and helps get the space back safely. It knows \
-where build tools, package managers, containers, virtual machines, coding agents and local \
-model stores keep their data, and which of that data rebuilds itself. It never deletes: \
-cleanups go to the Trash, journalled and undoable.
-
-This package holds the tallyfin command line, with an MCP server for AI assistants, and \
-the Tallyfin desktop app.")
+# Debian shows the long description as it is: lines of at most 80 characters.
+string(CONCAT CPACK_PACKAGE_DESCRIPTION
+       "Tallyfin finds out what fills the disk and helps get the space back safely.\n"
+       "It knows where build tools, package managers, containers, virtual machines,\n"
+       "coding agents and local model stores keep their data, and which of that data\n"
+       "rebuilds itself. It never deletes: cleanups go to the Trash, journalled and\n"
+       "undoable.\n"
+       "\n"
+       "This package holds the tallyfin command line, with an MCP server for AI\n"
+       "assistants, and the Tallyfin desktop app.")
 set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
-# The desktop entry names the installed program by its full path, which must be /usr/bin,
-# not the folder CPack stages the files in.
-set(CPACK_SET_DESTDIR ON)
 set(CPACK_STRIP_FILES ON)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_RELEASE ${TALLYFIN_PACKAGE_REVISION})
 set(CPACK_DEBIAN_PACKAGE_SECTION utils)
 set(CPACK_DEBIAN_PACKAGE_PRIORITY optional)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
+# Qt draws the app's SVG icons with plugins the program never links to, so dpkg-shlibdeps
+# cannot see that it needs them.
+set(CPACK_DEBIAN_PACKAGE_DEPENDS "libqt6svg6 (>= 6.4.0)")
 set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
 if(TALLYFIN_UPDATE_CHECK)
   # A downloaded release is handed to `pkexec apt-get install`, else to the desktop's installer.
