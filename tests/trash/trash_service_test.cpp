@@ -83,7 +83,7 @@ TEST(TrashService, UndoDropsWhatCanNeverComeBackAndKeepsWhatMayLater) {
   std::filesystem::rename(home / "stuff/relinked", home / "stuff/elsewhere");
   testing::symbolicLink(home / "stuff/elsewhere", home / "stuff/relinked");
 
-  EXPECT_EQ(service.restoreRefusal(outcome.moved[0]), "No longer in the Trash");
+  EXPECT_EQ(service.restoreRefusal(outcome.moved[0]), "No longer in the Trash \u2014 it was emptied, or taken out with another tool");
   EXPECT_EQ(service.restoreRefusal(outcome.moved[1]),
             "Something already exists at the original location");
   EXPECT_EQ(service.restoreRefusal(outcome.moved[2]), "Original folder moved or was replaced");
