@@ -146,31 +146,6 @@ std::string commandLine(const CommandDoc& command) {
   return line;
 }
 
-// Characters, not bytes: "—" takes one column.
-size_t columns(std::string_view text) {
-  size_t count = 0;
-  for (const char c : text) count += (static_cast<unsigned char>(c) & 0xC0) != 0x80 ? 1 : 0;
-  return count;
-}
-
-// Words wrapped to `width` columns, each line after the first indented by `indent`.
-std::string wrapped(std::string_view text, size_t width, size_t indent) {
-  std::string out, line;
-  size_t start = 0;
-  while (start < text.size()) {
-    size_t end = text.find(' ', start);
-    if (end == std::string_view::npos) end = text.size();
-    const std::string_view word = text.substr(start, end - start);
-    if (!line.empty() && columns(line) + 1 + columns(word) > width) {
-      out += line + "\n" + std::string(indent, ' ');
-      line.clear();
-    }
-    line += (line.empty() ? "" : " ") + std::string(word);
-    start = end + 1;
-  }
-  return out + line;
-}
-
 std::string optionLines(const std::vector<OptionDoc>& options) {
   std::string text;
   for (const auto& option : options) {

@@ -115,8 +115,7 @@ std::string text(const std::vector<HistoryEntry>& history, const std::vector<Fol
          rightAligned(Format::bytes(entry.free), 10) + change);
   }
   if (::isatty(STDOUT_FILENO) && history.size() > 1) line("  Used space: " + sparkline(history));
-  out += "\n";
-  line(forecast(history, now));
+  out += "\n" + wrapped(forecast(history, now), 80, 0) + "\n";
 
   if (report && report->changes) {
     const ChangeSummary& changes = *report->changes;

@@ -181,6 +181,9 @@ Expected<Options, std::string> parseOptions(const std::vector<std::string>& argu
     if (!command) options.command = Options::Command::help;
     return options;
   }
+  if (options.remove && options.command != Options::Command::keep) {
+    return fail(std::string("--remove goes with keep"));
+  }
   if (auto reason = takeWords(options, words)) return fail(*reason);
   const CommandDoc& doc = commandDoc(options.command);
   if (auto reason = misplacedOption(options, doc)) return fail(*reason);
@@ -190,9 +193,6 @@ Expected<Options, std::string> parseOptions(const std::vector<std::string>& argu
   const bool duplicates = options.command == Options::Command::duplicates;
   if (!duplicates && (options.minimumBytes || options.fullHash)) {
     return fail(std::string("--min-size and --full go with --duplicates"));
-  }
-  if (options.remove && options.command != Options::Command::keep) {
-    return fail(std::string("--remove goes with keep"));
   }
   const bool update = options.command == Options::Command::update;
   if (!update && (options.check || options.download || options.ifDue || options.feed)) {

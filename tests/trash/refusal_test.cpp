@@ -171,7 +171,7 @@ TEST_F(Refusal, ApplicationBundles) {
   EXPECT_EQ(refusal(apps + "/Notes.app", Origin::application), "Part of macOS");
   EXPECT_EQ(refusal(apps + "/Pages.app", Origin::application), std::nullopt);
   EXPECT_EQ(refusal(apps + "/Self.app", Origin::application),
-            "That's Tallyfin \u2014 remove it in Finder if you want to");
+            "That's Tallyfin \u2014 remove it in your file manager if you want to");
   EXPECT_EQ(refusal(apps + "/Blank.app", Origin::application), "Not an app");
   EXPECT_EQ(refusal(apps + "/Sub/Foo.app", Origin::application), "Not an app");
   EXPECT_EQ(refusal(home / "Downloads/Foo.app", Origin::application),

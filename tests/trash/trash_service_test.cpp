@@ -301,7 +301,7 @@ TEST(TrashService, APlatformThatSaysNothingOrSwapsTheItemIsNotJournalled) {
   const auto quiet = silent.trash({{home / "stuff/x", 10, Origin::userChoice}}, {}, kNow);
   ASSERT_EQ(quiet.failed.size(), 1u);
   EXPECT_EQ(quiet.failed[0].second,
-            "Moved to the Trash, but macOS didn't say where \u2014 use Finder's Put Back");
+            "Moved to the Trash, but Linux didn't say where \u2014 use your file manager's Restore");
   EXPECT_TRUE(journalOf(home).empty());
 
   testing::writeFile(home / "stuff/y", 10);
