@@ -12,14 +12,18 @@
 #include "cli/apps_command.h"
 #include "cli/autopilot_command.h"
 #include "cli/command_support.h"
+#include "cli/command_table.h"
 #include "cli/duplicates_command.h"
+#include "cli/history_command.h"
 #include "cli/interrupt.h"
+#include "cli/keep_command.h"
 #include "cli/mcp_command.h"
 #include "cli/options.h"
 #include "cli/progress_line.h"
 #include "cli/schedule_command.h"
 #include "cli/summary.h"
 #include "cli/system_data_command.h"
+#include "cli/trash_command.h"
 #include "cli/update_command.h"
 #include "kit/base/clock.h"
 #include "kit/cleanup/keep_list.h"
@@ -31,6 +35,8 @@
 #include "kit/shell/scheduler.h"
 #include "kit/store/store.h"
 #include "kit/tools/tool_probe.h"
+#include "kit/trash/trash_service.h"
+#include "kit/trash/trasher.h"
 
 namespace {
 
@@ -40,20 +46,34 @@ using namespace tallyfin::cli::exit_code;
 
 using cli::diagnose;
 
-int printSummary(const cli::Options& options, const Store& store, const ScanReport& report) {
+constexpr double kEveryBatch = 3'650;  // days: all the journal keeps
+
+// The batches moved to the Trash after `since`, newest first; none without a date.
+std::vector<TrashBatch> movedSince(const Store& store, const std::string& home, std::optional<double> since,
+                                   double now) {
+  if (!since) return {};
+  auto batches = TrashService(home, store, systemTrasher(home)).batches(kEveryBatch, now);
+  std::erase_if(batches, [&](const TrashBatch& batch) { return batch.date <= *since; });
+  return batches;
+}
+
+// `since` is when the scan before this summary's ended, for the undo hint.
+int printSummary(const cli::Options& options, const Store& store, const ScanReport& report,
+                 std::optional<double> since, const std::string& home) {
   const auto kept = KeepList::paths(store);
-  const cli::SummaryInput input{report, kept, static_cast<size_t>(options.top),
-                                secondsSinceEpoch()};
+  const double now = secondsSinceEpoch();
+  const cli::SummaryInput input{report, kept, static_cast<size_t>(options.top), now,
+                                options.json ? std::vector<TrashBatch>{} : movedSince(store, home, since, now)};
   const std::string text =
       options.json ? cli::jsonSummary(input).dump(2) + "\n" : cli::textSummary(input);
   std::fwrite(text.data(), 1, text.size(), stdout);
   return kOk;
 }
 
-int showSavedScan(const cli::Options& options, const Store& store) {
+int showSavedScan(const cli::Options& options, const Store& store, const std::string& home) {
   const auto report = cli::savedReport(store, " — run tallyfin without --no-scan to make one.");
   if (!report) return kNoReport;
-  return printSummary(options, store, *report);
+  return printSummary(options, store, *report, report->date, home);
 }
 
 int scan(const cli::Options& options, const Store& store, const std::string& home) {
@@ -87,7 +107,9 @@ int scan(const cli::Options& options, const Store& store, const std::string& hom
     return error.reason == PipelineError::Reason::alreadyScanning ? kBusy : kScanFailed;
   }
   for (const auto& warning : result->warnings) diagnose(warning);
-  return printSummary(options, store, result->report);
+  const auto& changes = result->report.changes;
+  return printSummary(options, store, result->report,
+                      changes ? std::optional(changes->since) : std::nullopt, home);
 }
 
 // The user's preferences, with the former product's carried over the first time.
@@ -110,39 +132,61 @@ int main(int argc, char** argv) {
     std::fprintf(stderr, "%s\n", std::string(cli::kUsage).c_str());
     return kBadArguments;
   }
+  using Command = cli::Options::Command;
+  if (options->commandHelp) {
+    std::fputs(cli::commandHelpText(cli::commandDoc(options->command)).c_str(), stdout);
+    return kOk;
+  }
   switch (options->command) {
-    case cli::Options::Command::help:
+    case Command::help:
       std::fputs(cli::helpText().c_str(), stdout);
       return kOk;
-    case cli::Options::Command::agentGuide:
+    case Command::version:
+      std::puts(cli::versionText().c_str());
+      return kOk;
+    case Command::agentGuide:
       return cli::printAgentGuide();
-    case cli::Options::Command::update:
+    case Command::update:
       return cli::updateTallyfin(*options, migratedPreferences());
-    case cli::Options::Command::connect:
-    case cli::Options::Command::disconnect:
-    case cli::Options::Command::clients:
-    case cli::Options::Command::duplicates:
-    case cli::Options::Command::systemData:
-    case cli::Options::Command::apps:
-    case cli::Options::Command::mcp:
-    case cli::Options::Command::schedule:
-    case cli::Options::Command::autopilot:
-    case cli::Options::Command::scan:
+    case Command::schedule:
+      return cli::scheduleScans(*options, migratedPreferences(),
+                                Scheduler(platform::LaunchAgents(platform::LaunchAgents::forThisUser())));
+    case Command::autopilot:
+      return cli::setUpAutopilot(*options, migratedPreferences());
+    default:
       break;
   }
   const std::string home = platform::homeFolder();
-  const Store store = options->store ? Store(*options->store) : Store::standard();
-  if (options->command == cli::Options::Command::duplicates) return cli::findDuplicates(*options, store, home);
-  if (options->command == cli::Options::Command::connect) return cli::connectClient(*options, home);
-  if (options->command == cli::Options::Command::disconnect) return cli::disconnectClient(*options, home);
-  if (options->command == cli::Options::Command::clients) return cli::listClients(home);
-  if (options->command == cli::Options::Command::mcp) return cli::serveMcp(*options, store, home);
-  if (options->command == cli::Options::Command::apps) return cli::listApps(*options, home);
-  if (options->command == cli::Options::Command::schedule) {
-    const Preferences preferences = migratedPreferences();
-    return cli::scheduleScans(*options, preferences, Scheduler(platform::LaunchAgents(platform::LaunchAgents::forThisUser())));
+  switch (options->command) {
+    case Command::connect:
+      return cli::connectClient(*options, home);
+    case Command::disconnect:
+      return cli::disconnectClient(*options, home);
+    case Command::clients:
+      return cli::listClients(home);
+    case Command::apps:
+      return cli::listApps(*options, home);
+    default:
+      break;
   }
-  if (options->command == cli::Options::Command::autopilot) return cli::setUpAutopilot(*options, migratedPreferences());
-  if (options->command == cli::Options::Command::systemData) return cli::explainSystemData(*options, store, home);
-  return options->noScan ? showSavedScan(*options, store) : scan(*options, store, home);
+  const Store store = options->store ? Store(*options->store) : Store::standard();
+  switch (options->command) {
+    case Command::duplicates:
+      return cli::findDuplicates(*options, store, home);
+    case Command::mcp:
+      return cli::serveMcp(*options, store, home);
+    case Command::systemData:
+      return cli::explainSystemData(*options, store, home);
+    case Command::history:
+      return cli::showHistory(*options, store, home);
+    case Command::trash:
+      return cli::listTrash(*options, store, home);
+    case Command::undo:
+      return cli::undoTrash(*options, store, home);
+    case Command::keep:
+      return cli::editKeepList(*options, store, home);
+    default:
+      break;
+  }
+  return options->noScan ? showSavedScan(*options, store, home) : scan(*options, store, home);
 }

@@ -11,8 +11,8 @@
 namespace tallyfin::cli {
 
 struct Options {
-  enum class Command { scan, help, mcp, connect, disconnect, clients, agentGuide, duplicates, systemData, apps,
-                       schedule, autopilot, update };
+  enum class Command { scan, help, version, mcp, connect, disconnect, clients, agentGuide, duplicates, systemData,
+                       apps, schedule, autopilot, update, history, trash, undo, keep };
 
   Command command = Command::scan;
   bool json = false;
@@ -34,19 +34,17 @@ struct Options {
   bool download = false;
   bool ifDue = false;
   std::optional<std::string> feed;
-  bool commandHelp = false;  // --help after a command that has its own
+  std::optional<std::string> batch;  // for undo; the newest when none
+  std::vector<std::string> paths;    // for keep
+  bool remove = false;               // keep --remove
+  bool commandHelp = false;          // --help with a command: that command's own help
 };
 
 inline constexpr std::string_view kUsage =
-    "usage: tallyfin [--json] [--top N] [--no-scan] [--store DIR] [--root PATH] | mcp | "
-    "connect CLIENT | disconnect CLIENT | clients | agent-guide | schedule [off|daily|weekly] | autopilot [off|DAYS] | "
-    "--duplicates [DIR] [--min-size MB] [--full] | --system-data | --apps | --background-scan | "
-    "update [--check|--download] [--feed URL] [--if-due]";
+    "usage: tallyfin [COMMAND] [ARGUMENTS] [--json] [--top N] [--store DIR] [--root PATH] — tallyfin --help lists "
+    "the commands";
 
 // The options of one invocation, or the one-line reason they make no sense.
 Expected<Options, std::string> parseOptions(const std::vector<std::string>& arguments);
-
-// What `tallyfin --help` prints.
-std::string helpText();
 
 }  // namespace tallyfin::cli

@@ -6,6 +6,7 @@
 
 #include "cli/text_layout.h"
 #include "kit/agents/disk_status.h"
+#include "kit/base/saturating.h"
 #include "kit/cleanup/cleanup_totals.h"
 #include "kit/cleanup/hotspots.h"
 #include "kit/store/disk_info.h"
@@ -47,6 +48,27 @@ std::string seconds(double value) {
   char text[32];
   std::snprintf(text, sizeof text, value < 10 ? "%.1f s" : "%.0f s", value);
   return text;
+}
+
+// Where to go from here: every suggestion, the app that moves them, and the undo
+// of what moved since the last scan.
+std::string nextSteps(const SummaryInput& input) {
+  const size_t count = input.report.items.size();
+  std::string out = "\nNext: tallyfin --no-scan --top " + std::to_string(std::max<size_t>(count, 1)) +
+                    " lists every suggestion (--json for scripts);\n"
+                    "      tallyfin-app moves the ones you choose to the Trash, undoably.\n";
+  if (input.movedSinceLastScan.empty()) return out;
+  size_t items = 0;
+  int64_t bytes = 0;
+  for (const auto& batch : input.movedSinceLastScan) {
+    items += batch.entries.size();
+    bytes = saturatingAdd(bytes, batch.size);
+  }
+  const size_t batches = input.movedSinceLastScan.size();
+  out += "Moved to the Trash since the last scan: " + std::to_string(items) + (items == 1 ? " item (" : " items (") +
+         Format::bytes(bytes) + ") in " + std::to_string(batches) + (batches == 1 ? " batch" : " batches") +
+         ".\n      Put the newest back with: tallyfin undo (tallyfin trash lists them)\n";
+  return out;
 }
 
 }  // namespace
@@ -129,6 +151,7 @@ std::string textSummary(const SummaryInput& input) {
       line("  " + sizeColumn(folder.size) + "  " + Format::shortPath(folder.path, home));
     }
   }
+  out += nextSteps(input);
   return out;
 }
 

@@ -3,10 +3,12 @@
 #include <cstdio>
 #include <set>
 #include <string>
+#include <vector>
 
 #include <nlohmann/json.hpp>
 
 #include "kit/store/scan_report.h"
+#include "kit/trash/journal.h"
 
 namespace tallyfin::cli {
 
@@ -15,12 +17,13 @@ struct SummaryInput {
   const std::set<std::string>& kept;  // hidden from the suggestions and totals
   size_t top;                         // entries per list
   double now;
+  std::vector<TrashBatch> movedSinceLastScan = {};  // for the undo hint
 };
 
 // The disk_status object with the first suggestions and biggest folders.
 nlohmann::json jsonSummary(const SummaryInput& input);
 
-// The same for a person, in 80 columns.
+// The same for a person, in 80 columns, ending with what to do next.
 std::string textSummary(const SummaryInput& input);
 
 }  // namespace tallyfin::cli

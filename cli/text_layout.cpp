@@ -102,4 +102,26 @@ std::string column(std::string_view text, size_t width) {
   return fitted;
 }
 
+std::string wrapped(std::string_view text, size_t width, size_t indent) {
+  const auto columns = [](std::string_view piece) {
+    size_t count = 0;
+    for (const char c : piece) count += (static_cast<unsigned char>(c) & 0xC0) != 0x80 ? 1 : 0;
+    return count;
+  };
+  std::string out, line;
+  size_t start = 0;
+  while (start < text.size()) {
+    size_t end = text.find(' ', start);
+    if (end == std::string_view::npos) end = text.size();
+    const std::string_view word = text.substr(start, end - start);
+    if (!line.empty() && columns(line) + 1 + columns(word) > width) {
+      out += line + "\n" + std::string(indent, ' ');
+      line.clear();
+    }
+    line += (line.empty() ? "" : " ") + std::string(word);
+    start = end + 1;
+  }
+  return out + line;
+}
+
 }  // namespace tallyfin::cli

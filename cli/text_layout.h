@@ -18,6 +18,9 @@ std::string groupedNumber(int64_t number);
 // names through here; JSON output stays exact.
 std::string terminalSafe(std::string_view text);
 
+// Words wrapped to `width` characters a line, each line after the first indented by `indent`.
+std::string wrapped(std::string_view text, size_t width, size_t indent);
+
 // Pads (or fits) text to exactly `width` characters.
 std::string column(std::string_view text, size_t width);
 

@@ -125,10 +125,6 @@ int download(const Options& options, const UpdateChecker& checker) {
 }  // namespace
 
 int updateTallyfin(const Options& options, const Preferences& preferences) {
-  if (options.commandHelp) {
-    print(updateHelpText());
-    return kUpToDate;
-  }
   auto settings = UpdateSettings::forThisBuild();
   if (!settings) {
     diagnose(settings.error().message);
@@ -148,10 +144,6 @@ int updateTallyfin(const Options& options, const Preferences&) {
   const std::string message =
       "This Tallyfin comes from your distribution, whose package manager brings its updates — "
       "Tallyfin does not look for them itself.";
-  if (options.commandHelp) {
-    print(message + "\n");
-    return kUpToDate;
-  }
   if (options.download) {
     diagnose(message);
     return kFailed;
@@ -162,31 +154,5 @@ int updateTallyfin(const Options& options, const Preferences&) {
 }
 
 #endif
-
-std::string updateHelpText() {
-  return R"(tallyfin update — look for a newer release, signed with Tallyfin's release key
-
-Usage:
-  tallyfin update [--check] [--feed URL] [--json]
-                      Fetch the release feed, verify its signature and compare its
-                      version with this one; print the new version and its notes
-  tallyfin update --check --if-due
-                      The same, but only when the automatic check is on and the last
-                      check was a day ago or more, as the app's own daily check
-  tallyfin update --download [--feed URL] [--json]
-                      Download the newer release into ~/.cache/Tallyfin, verify its
-                      size and SHA-256 against the signed feed, print its path and the
-                      command that installs it (tallyfin itself never installs)
-
-Options:
-  --feed URL    another release feed (a mirror); its signature is at URL.sig. Plain
-                http only for this computer (127.0.0.1, ::1, localhost)
-  --json        print the answer as JSON (snake_case keys)
-  -h, --help    show this help
-
-Exit codes: 0 up to date (or downloaded), 10 a newer release is available,
-1 the check failed (one line on standard error says why), 64 bad arguments.
-)";
-}
 
 }  // namespace tallyfin::cli

@@ -12,7 +12,4 @@ namespace tallyfin::cli {
 // prints how to install it; returns the exit code. It never installs anything.
 int updateTallyfin(const Options& options, const Preferences& preferences);
 
-// What `tallyfin update --help` prints.
-std::string updateHelpText();
-
 }  // namespace tallyfin::cli

@@ -5,7 +5,7 @@ namespace tallyfin::AgentGuide {
 std::string markdown(const std::string& executable) {
   const std::string& e = executable;
   return "# Tallyfin for AI agents\n\n"
-         "Tallyfin analyses this Mac's disk and suggests what to clean (developer and AI clutter first).\n"
+         "Tallyfin analyses this computer's disk and suggests what to clean (developer and AI clutter first).\n"
          "Prefer the MCP server; fall back to the CLI.\n\n"
          "## MCP (recommended)\n\n"
          "Command: `" + e + " mcp` (stdio). Tools:\n\n"
@@ -24,7 +24,10 @@ std::string markdown(const std::string& executable) {
          "## CLI\n\n"
          "- `" + e + " --no-scan --json` \u2014 summary of the last scan as JSON (instant)\n"
          "- `" + e + " --json --top 20` \u2014 scan, then JSON\n"
-         "- `" + e + " --duplicates --json` \u2014 identical big files\n\n"
+         "- `" + e + " --duplicates --json` \u2014 identical big files\n"
+         "- `" + e + " history --json` \u2014 used space per scan, growth per week, full-disk forecast\n"
+         "- `" + e + " trash --json` \u2014 batches moved to the Trash; `" + e + " undo [BATCH]` puts one back\n"
+         "- `" + e + " keep PATH` \u2014 never suggest PATH again (`keep --remove PATH` undoes it)\n\n"
          "Exit codes: 0 ok, 1 failed, 2 another scan running, 3 no saved report, 64 bad arguments.\n\n"
          "## Rules\n\n"
          "- Sizes are bytes; 1 GB = 1,000,000,000 bytes.\n"

@@ -4,7 +4,7 @@
 #include <cmath>
 
 #include "kit/agents/disk_status.h"
-#include "kit/agents/json_values.h"
+#include "kit/agents/history_json.h"
 #include "kit/agents/mcp_server.h"
 #include "kit/agents/tool_arguments.h"
 #include "kit/base/paths.h"
@@ -12,7 +12,6 @@
 #include "kit/base/text.h"
 #include "kit/cleanup/keep_list.h"
 #include "kit/history/history_files.h"
-#include "kit/history/trends.h"
 #include "kit/store/format.h"
 
 namespace tallyfin {
@@ -107,31 +106,8 @@ json MCPServer::largeFiles(const json& arguments) {
 }
 
 json MCPServer::diskHistory(const json&) {
-  const auto history = HistoryFiles::history(settings_.store);
-  json scans = json::array();
-  for (const auto& entry : history) {
-    scans.push_back({{"date", Format::isoDate(static_cast<int64_t>(std::floor(entry.date)))},
-                     {"used", entry.used},
-                     {"free", entry.free},
-                     {"safe_to_clean", entry.reclaimableSafe}});
-  }
-  const auto perDay = Trends::growthPerDay(history);
-  const auto full = Trends::fullDate(clock(), history);
-  json growing = json::array();
-  for (const auto& trend :
-       Trends::growingFolders(HistoryFiles::folderHistory(settings_.store), Trends::kShownMinSamples,
-                              Trends::kShownMinDelta, Trends::kShownLimit)) {
-    growing.push_back({{"path", trend.path},
-                       {"delta", trend.delta},
-                       {"per_week", static_cast<int64_t>(std::llround(trend.perWeek))},
-                       {"size", trend.series.empty() ? 0 : trend.series.back().size}});
-  }
-  return {{"scans", std::move(scans)},
-          {"growth_per_week_bytes",
-           AgentJson::orNull(perDay ? std::optional(static_cast<int64_t>(std::llround(*perDay * 7))) : std::nullopt)},
-          {"disk_full_estimate",
-           AgentJson::isoDateOrNull(full ? std::optional(static_cast<int64_t>(std::floor(*full))) : std::nullopt)},
-          {"growing_folders", std::move(growing)}};
+  return AgentJson::diskHistory(HistoryFiles::history(settings_.store), HistoryFiles::folderHistory(settings_.store),
+                                clock());
 }
 
 }  // namespace tallyfin

@@ -97,7 +97,7 @@ const McpTool* toolNamed(const std::string& name) {
 }  // namespace
 
 const char* const MCPServer::kInstructions =
-    "Tallyfin maps a Mac's disk and suggests what can be cleaned, with a focus on developer and AI clutter "
+    "Tallyfin maps this computer's disk and suggests what can be cleaned, with a focus on developer and AI clutter "
     "(Xcode, simulators, node_modules, package caches, Docker, local AI models, agent worktrees). Start with "
     "disk_status (instant, uses the last scan). Run scan_disk only when the scan is old or the user asks "
     "(15\u201360 s). Explore with biggest_folders(path) and list_cleanup_suggestions. \"safe\" items rebuild "

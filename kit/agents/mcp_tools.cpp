@@ -1,5 +1,7 @@
 #include "kit/agents/mcp_tools.h"
 
+#include "kit/platform/system_words.h"
+
 namespace tallyfin {
 namespace {
 
@@ -67,11 +69,11 @@ std::vector<McpTool> buildTable() {
           {"description", "With folder: smallest file compared, in MB"}}}},
        {}, true, false},
       {"system_data", "System Data explained",
-       R"(What macOS's "System Data" consists of (purgeable space, snapshots, swap, simulator runtimes, caches, )"
-       R"(app data…) and what to do about each.)",
+       "What fills the system's share of the disk on " + std::string(platform::systemName()) +
+           " (the system itself, caches, logs, swap, containers, app data\u2026) and what to do about each.",
        none, {}, true, false},
       {"docker_status", "Docker usage",
-       "Docker images/containers/volumes/build cache sizes (when Docker runs) and the VM disk files on the Mac.",
+       "Docker images/containers/volumes/build cache sizes (when Docker runs) and the engines' virtual disk files.",
        none, {}, true, false},
       {"disk_history", "Disk history",
        "Used space over time, growth per week, when the disk would be full at this pace, and folders that keep "
@@ -86,14 +88,14 @@ std::vector<McpTool> buildTable() {
        {"paths"}, false, true},
       {"list_apps", "Installed apps",
        "Apps in /Applications and ~/Applications with size, version and when each was last opened, plus leftovers "
-       "in ~/Library of apps that are no longer installed. Apps that are part of macOS (or Tallyfin) say why they "
-       "can't be removed.",
+       "of apps that are no longer installed. Apps that are part of the system (or Tallyfin) say why they can't be "
+       "removed.",
        none, {}, true, false},
       {"uninstall_app", "Uninstall an app",
        "Moves an app and its leftovers in ~/Library (or, with orphan, the leftovers of an app that's already gone) "
        "to the Trash, as one undoable batch. Without confirm=true it only previews: what would move, which "
        "leftovers are included by default (not: items that may hold the user's documents, or matched only by "
-       "name). Never removes parts of macOS.",
+       "name). Never removes parts of " + std::string(platform::systemName()) + ".",
        {{"app", {{"type", "string"}, {"description", "Path of the .app, from list_apps"}}},
         {"orphan", {{"type", "string"}, {"description", "Bundle id of a removed app's leftovers, from list_apps"}}},
         {"include",

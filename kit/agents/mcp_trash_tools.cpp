@@ -7,6 +7,7 @@
 #include "kit/agents/disk_status.h"
 #include "kit/agents/mcp_server.h"
 #include "kit/agents/tool_arguments.h"
+#include "kit/agents/trash_json.h"
 #include "kit/base/saturating.h"
 #include "kit/base/text.h"
 #include "kit/tools/app_inventory.h"
@@ -18,7 +19,6 @@ using nlohmann::json;
 namespace Arg = ToolArguments;
 
 constexpr size_t kMostPaths = 200;
-constexpr const char* kAgentLabel = "AI agent";
 constexpr const char* kMovedNote = "In the Trash \u2014 empty it to get the space back. Undo with undo_trash.";
 constexpr const char* kMoveNext =
     "Show this to the user. Only if they agree, call again with the same paths, confirm=true and this "
@@ -171,7 +171,7 @@ json MCPServer::moveToTrash(const json& arguments) {
       items.push_back({item->path, item->size, TrashItem::Origin::suggestion, seen->identity});
     }
   }
-  return movedResult(trash.trash(items, std::string(kAgentLabel), clock()), std::move(refused));
+  return movedResult(trash.trash(items, std::string(AgentJson::kAgentBatchLabel), clock()), std::move(refused));
 }
 
 json MCPServer::uninstallApp(const json& arguments) {
@@ -280,16 +280,9 @@ json MCPServer::uninstallApp(const json& arguments) {
 json MCPServer::undoTrash(const json& arguments) {
   const auto wanted = Arg::text(arguments, "batch");
   const TrashService trash = trashService();
-  const auto batches = trash.batches(Journal::kRetentionSeconds / 86'400, clock());
-  const TrashBatch* chosen = nullptr;
-  for (const auto& batch : batches) {
-    if (wanted ? batch.id == *wanted : (!chosen || batch.date > chosen->date)) chosen = &batch;
-  }
+  const auto chosen = trash.batchToUndo(wanted, clock());
   if (!chosen) throw ToolError("Nothing to undo.");
-  const UndoOutcome outcome = trash.undo(chosen->id);
-  json result = {{"batch", chosen->id}, {"restored", outcome.restored}, {"not_restored", refusalList(outcome.failed)}};
-  if (outcome.journalNote) result["journal_note"] = *outcome.journalNote;
-  return result;
+  return AgentJson::undoResult(chosen->id, trash.undo(chosen->id));
 }
 
 }  // namespace tallyfin

@@ -7,6 +7,7 @@
 
 #include "kit/base/paths.h"
 #include "kit/store/format.h"
+#include "kit/platform/system_words.h"
 
 namespace tallyfin {
 namespace {
@@ -89,7 +90,7 @@ std::pair<std::optional<Notification>, NotificationState> NotificationPolicy::de
         body += " You can safely free " + Format::bytes(facts.reclaimableSafe) + " right now.";
       }
       return send({Notification::Kind::lowSpace,
-                   "Only " + Format::bytes(facts.free) + " free on your Mac", body});
+                   "Only " + Format::bytes(facts.free) + " free on " + std::string(platform::yourComputer()), body});
     }
   }
 

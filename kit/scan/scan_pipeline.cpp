@@ -145,7 +145,9 @@ Expected<PipelineResult, PipelineError> ScanPipeline::run(const CancelToken& can
   }
 
   ScanFacts facts;
-  facts.total = report.disk.total;
+  // The share that is full is of what the user can fill, as df counts it: blocks
+  // kept back for root are no room for the user's files.
+  facts.total = report.disk.usable();
   facts.free = report.disk.free;
   if (previous) facts.usedDelta = report.changes->usedDelta;
   facts.reclaimableSafe = totals.safe;

@@ -1,12 +1,20 @@
 #include "kit/store/disk_info.h"
 
 #include <algorithm>
+#include <cmath>
+#include <limits>
 
 #include <nlohmann/json.hpp>
 
+#include "kit/base/saturating.h"
+#include "kit/platform/system_words.h"
 #include "kit/platform/volume_capacity.h"
 
 namespace tallyfin {
+
+int64_t DiskInfo::used() const { return dataVolumeUsed > 0 ? dataVolumeUsed : std::max<int64_t>(total - free, 0); }
+
+int64_t DiskInfo::usable() const { return saturatingAdd(used(), std::max<int64_t>(free, 0)); }
 
 int64_t DiskInfo::purgeable() const { return std::max<int64_t>(availableForImportant - free, 0); }
 
@@ -30,7 +38,8 @@ void from_json(const nlohmann::json& json, DiskInfo& info) {
 
 std::optional<DiskHealth> diskHealth(const DiskInfo& info) {
   if (info.total < 1) return std::nullopt;
-  const double freeFraction = static_cast<double>(info.free) / static_cast<double>(info.total);
+  const double freeFraction =
+      static_cast<double>(info.free) / static_cast<double>(std::max<int64_t>(info.usable(), 1));
   if (freeFraction > 0.2) return DiskHealth::healthy;
   if (freeFraction > 0.1) return DiskHealth::gettingFull;
   return DiskHealth::critical;
@@ -54,11 +63,11 @@ std::string_view healthLabel(DiskHealth health) {
   return "";
 }
 
-std::string_view healthExplanation(DiskHealth health) {
+std::string healthExplanation(DiskHealth health) {
   switch (health) {
     case DiskHealth::healthy: return "";
     case DiskHealth::gettingFull:
-      return "Less than 20% free \u2014 macOS slows down as the disk fills.";
+      return "Less than 20% free \u2014 " + std::string(platform::systemName()) + " slows down as the disk fills.";
     case DiskHealth::critical:
       return "Less than 10% free \u2014 updates and apps may start failing.";
   }
@@ -66,14 +75,20 @@ std::string_view healthExplanation(DiskHealth health) {
 }
 
 int percentUsed(const DiskInfo& info) {
-  const double total = static_cast<double>(std::max<int64_t>(info.total, 1));
-  return static_cast<int>((1.0 - static_cast<double>(info.free) / total) * 100);
+  const int64_t used = info.used();
+  const int64_t usable = info.usable();
+  if (usable < 1) return 0;
+  // In whole numbers where they fit, so a disk df calls 41% is 41% here too.
+  if (used <= std::numeric_limits<int64_t>::max() / 100) {
+    return static_cast<int>(used * 100 / usable + (used * 100 % usable != 0 ? 1 : 0));
+  }
+  return static_cast<int>(std::ceil(static_cast<double>(used) * 100 / static_cast<double>(usable)));
 }
 
 DiskInfo diskInfo(const std::string& home, const std::string& root) {
   const auto capacity = platform::volumeCapacity(root);
   DiskInfo info;
-  info.volumeName = capacity.name.value_or("Macintosh HD");
+  info.volumeName = capacity.name.value_or(std::string(platform::systemDiskName()));
   info.total = capacity.total;
   info.free = capacity.available;
   info.availableForImportant = capacity.availableForImportant;

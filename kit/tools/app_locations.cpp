@@ -9,6 +9,7 @@
 #include "kit/base/small_file.h"
 #include "kit/base/text.h"
 #include "kit/tools/plist_values.h"
+#include "kit/platform/system_words.h"
 
 namespace tallyfin::AppUninstaller {
 namespace {
@@ -105,7 +106,7 @@ std::optional<std::string> bundleRefusal(std::string_view path, std::string_view
   const auto info = bundleInfo(bundle);
   if (!info) return "Not an app";
   const std::string lower = lowercased(info->identifier);
-  if (lower == kOwnBundleIdentifier) return "That's Tallyfin \u2014 remove it in Finder if you want to";
+  if (lower == kOwnBundleIdentifier) return "That's Tallyfin \u2014 remove it in " + std::string(platform::fileManager()) + " if you want to";
   if (lower.starts_with("com.apple.") && !hasAppStoreReceipt(bundle)) {
     return "Part of macOS";
   }

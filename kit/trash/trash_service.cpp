@@ -15,6 +15,7 @@
 #include "kit/platform/trash_location.h"
 #include "kit/tools/app_locations.h"
 #include "kit/trash/refusal_rules.h"
+#include "kit/platform/system_words.h"
 
 namespace tallyfin {
 namespace {
@@ -29,14 +30,34 @@ constexpr std::string_view kCredential =
     "Looks like a key or password file \u2014 Tallyfin never touches it";
 constexpr std::string_view kNoLongerExists = "No longer exists";
 constexpr std::string_view kNotInTrash = "Not in your Trash";
-constexpr std::string_view kNoLongerInTrash = "No longer in the Trash";
+constexpr std::string_view kNoLongerInTrash =
+    "No longer in the Trash \u2014 it was emptied, or taken out with another tool";
+constexpr std::string_view kAlreadyBack = "Already back in its place \u2014 put back with another tool";
 constexpr std::string_view kDifferentItem = "A different item has that name in the Trash";
 constexpr std::string_view kReplaced = "Replaced since it was checked \u2014 left in place. Rescan and try again.";
 constexpr int64_t kLargestKeyFile = 65'535;
 
 // Reasons after which an entry's item can never come back through it: the Trash
 // is a real folder and the name in it is free or holds something else.
-bool isGoneForGood(std::string_view reason) { return reason == kNoLongerInTrash || reason == kDifferentItem; }
+// "Finder's Put Back", in the words of this system's file manager.
+std::string putBack() { return std::string(platform::fileManager()) + "'s " + std::string(platform::putBackCommand()); }
+
+bool isGoneForGood(std::string_view reason) {
+  return reason == kNoLongerInTrash || reason == kDifferentItem || reason == kAlreadyBack;
+}
+
+// Whether `info` is the very item the entry moved.
+bool isJournalled(const JournalEntry& entry, const struct stat& info) {
+  return entry.device && entry.inode && *entry.device == static_cast<int64_t>(info.st_dev) &&
+         *entry.inode == info.st_ino;
+}
+
+// Whether the item already stands at its original place again: another tool (a file
+// manager, trash-restore, gio) put it back, which keeps its device and inode.
+bool isBackInPlace(const JournalEntry& entry) {
+  struct stat info;
+  return ::lstat(entry.path.c_str(), &info) == 0 && isJournalled(entry, info);
+}
 
 ItemIdentity::Type typeOf(mode_t mode) {
   if (S_ISDIR(mode)) return ItemIdentity::Type::folder;
@@ -152,10 +173,10 @@ std::optional<std::string> TrashService::refusal(const std::string& given, Origi
       otherDisk = otherDisk || lower.starts_with(folder);
     }
     if (otherDisk) {
-      return "On another disk \u2014 Tallyfin cleans your home folder on this Mac. Use Finder for "
-             "external drives";
+      return "On another disk \u2014 Tallyfin cleans your home folder on " + std::string(platform::yourComputer()) +
+             ". Use " + std::string(platform::fileManager()) + " for external drives";
     }
-    return "Outside your home folder \u2014 use the command shown, or Finder";
+    return "Outside your home folder \u2014 use the command shown, or " + std::string(platform::fileManager());
   }
   struct stat info;
   if (::lstat(path.c_str(), &info) != 0) return std::string(kNoLongerExists);
@@ -212,7 +233,7 @@ TrashOutcome TrashService::trash(const std::vector<TrashItem>& items,
     }
     if (!landed->has_value()) {
       outcome.failed.emplace_back(
-          item.path, "Moved to the Trash, but macOS didn't say where \u2014 use Finder's Put Back");
+          item.path, "Moved to the Trash, but " + std::string(platform::systemName()) + " didn't say where \u2014 use " + putBack());
       continue;
     }
     const std::string& trashed = **landed;
@@ -236,7 +257,7 @@ TrashOutcome TrashService::trash(const std::vector<TrashItem>& items,
       });
   if (!recorded) {
     outcome.journalError = "Moved, but couldn't record it for Undo (" + recorded.error().message +
-                           "). Use Finder's Put Back if needed.";
+                           "). Use " + putBack() + " if needed.";
   } else {
     outcome.journalNote = *recorded;
   }
@@ -253,13 +274,11 @@ std::optional<std::string> TrashService::restoreRefusal(const JournalEntry& entr
   }
   struct stat info;
   if (::lstat(trashed.c_str(), &info) != 0) {
-    return std::string(errno == ENOENT ? kNoLongerInTrash : kNotInTrash);
+    if (errno != ENOENT) return std::string(kNotInTrash);
+    return std::string(isBackInPlace(entry) ? kAlreadyBack : kNoLongerInTrash);
   }
   if (TrashRules::canonical(trashed) != trashed) return std::string(kNotInTrash);
-  if (!entry.device || !entry.inode || *entry.device != static_cast<int64_t>(info.st_dev) ||
-      *entry.inode != info.st_ino) {
-    return std::string(kDifferentItem);
-  }
+  if (!isJournalled(entry, info)) return std::string(isBackInPlace(entry) ? kAlreadyBack : kDifferentItem);
   const std::string& path = entry.path;
   struct stat occupant;
   if (::lstat(path.c_str(), &occupant) == 0) return "Something already exists at the original location";
@@ -310,6 +329,22 @@ UndoOutcome TrashService::undo(const std::string& batchId) const {
       });
   if (rewritten) outcome.journalNote = *rewritten;
   return outcome;
+}
+
+bool TrashService::isInTrash(const JournalEntry& entry) const {
+  const std::string items = platform::trashItemsFolder(home_) + "/";
+  const std::string& trashed = entry.trashedPath;
+  struct stat info;
+  return trashed.starts_with(items) && trashed.find('/', items.size()) == std::string::npos &&
+         ::lstat(trashed.c_str(), &info) == 0 && isJournalled(entry, info);
+}
+
+std::optional<TrashBatch> TrashService::batchToUndo(const std::optional<std::string>& wanted, double now) const {
+  std::optional<TrashBatch> chosen;
+  for (auto& batch : batches(Journal::kRetentionSeconds / 86'400, now)) {
+    if (wanted ? batch.id == *wanted : (!chosen || batch.date > chosen->date)) chosen = std::move(batch);
+  }
+  return chosen;
 }
 
 std::vector<TrashBatch> TrashService::batches(double withinDays, double now) const {

@@ -87,6 +87,12 @@ class TrashService {
   // Puts back every entry of the batch that is still the very same item.
   UndoOutcome undo(const std::string& batchId) const;
 
+  // The batch `wanted` names, or the newest one; none when the journal has no such batch.
+  std::optional<TrashBatch> batchToUndo(const std::optional<std::string>& wanted, double now) const;
+
+  // Whether the entry's item still lies in the Trash, the very same item.
+  bool isInTrash(const JournalEntry& entry) const;
+
   std::vector<TrashBatch> batches(double withinDays, double now) const;
 
  private:

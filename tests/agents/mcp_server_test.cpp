@@ -115,7 +115,7 @@ TEST_F(Mcp, InitializeEchoesAStringVersionAndIntroducesItself) {
   EXPECT_EQ(result["protocolVersion"], "2025-06-18");
   EXPECT_EQ(result["serverInfo"], json({{"name", "tallyfin"}, {"title", "Tallyfin"}, {"version", "9.9"}}));
   EXPECT_EQ(result["capabilities"], json({{"tools", {{"listChanged", false}}}}));
-  EXPECT_TRUE(result["instructions"].get<std::string>().starts_with("Tallyfin maps a Mac's disk"));
+  EXPECT_TRUE(result["instructions"].get<std::string>().starts_with("Tallyfin maps this computer's disk"));
 }
 
 TEST_F(Mcp, ListsTheFifteenToolsInOrderWithStrictSchemas) {

@@ -10,6 +10,7 @@
 #include <fstream>
 #include <functional>
 #include <map>
+#include <regex>
 
 #include "kit/scan/scan_lock.h"
 #include "kit/store/store.h"
@@ -137,8 +138,39 @@ TEST_F(TallyfinCli, BadArgumentsExitSixtyFourWithAUsageLine) {
 
   const auto help = tallyfin({"--help"});
   EXPECT_EQ(help.exitCode, 0);
-  EXPECT_NE(help.out.find("Scan into another folder (benchmarks, experiments)"),
-            std::string::npos);
+  // The app quotes these lines; the help may wrap them, never change them.
+  const std::string words = std::regex_replace(help.out, std::regex("\\s+"), " ");
+  for (const char* contract :
+       {"Scan and update the app's saved report", "Scan into another folder (benchmarks, experiments)",
+        "Scan now and print JSON \u2014 handy in scripts and CI",
+        "Instant JSON summary of the last scan (disk, health, safe/review totals, suggestions, biggest folders)"}) {
+    EXPECT_NE(words.find(contract), std::string::npos) << contract << " missing from\n" << help.out;
+  }
+  std::istringstream lines(help.out);
+  for (std::string line; std::getline(lines, line);) {
+    EXPECT_LE(line.size(), 80u + 4u) << line;  // 80 columns, a dash or two of three bytes
+  }
+}
+
+TEST_F(TallyfinCli, VersionAndEachCommandsHelpExitZeroOnStandardOutput) {
+  for (const auto& arguments : std::vector<std::vector<std::string>>{{"--version"}, {"history", "--version"}}) {
+    const auto version = tallyfin(arguments);
+    EXPECT_EQ(version.exitCode, 0);
+    EXPECT_EQ(version.out, "tallyfin " TALLYFIN_VERSION "\n");
+    EXPECT_TRUE(std::regex_match(version.out, std::regex("tallyfin 0\\.[0-9]+\\.[0-9]+\n")));
+  }
+  for (const char* command : {"history", "trash", "undo", "keep", "mcp", "connect", "schedule", "--duplicates"}) {
+    for (const auto& arguments : std::vector<std::vector<std::string>>{{command, "--help"}, {"--help", command}}) {
+      const auto help = tallyfin(arguments);
+      EXPECT_EQ(help.exitCode, 0) << command;
+      EXPECT_EQ(help.err, "");
+      EXPECT_EQ(help.out.rfind("tallyfin " + std::string(command) + " \u2014 ", 0), 0u) << help.out;
+      EXPECT_NE(help.out.find("\nUsage: tallyfin " + std::string(command)), std::string::npos) << help.out;
+    }
+  }
+  // A global option before the command, as with git.
+  const auto mcpHelp = tallyfin({"--store", dataDir(), "mcp", "--help"});
+  EXPECT_EQ(mcpHelp.exitCode, 0) << mcpHelp.err;
 }
 
 TEST_F(TallyfinCli, DuplicatesOfTheScansBigFilesKeepTheOldestCopy) {

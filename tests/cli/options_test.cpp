@@ -18,14 +18,40 @@ TEST(Options, CombineFreely) {
   EXPECT_EQ(options->command, Options::Command::scan);
 }
 
-TEST(Options, SubcommandsOnlyInFirstPlace) {
-  EXPECT_EQ(parseOptions({"mcp"})->command, Options::Command::mcp);
+TEST(Options, GlobalOptionsStandBeforeOrAfterTheCommand) {
+  for (const auto& arguments : std::vector<std::vector<std::string>>{
+           {"--store", "/tmp/s", "mcp", "--root", "/srv"}, {"mcp", "--store", "/tmp/s", "--root", "/srv"},
+           {"--root", "/srv", "--store", "/tmp/s", "mcp"}}) {
+    const auto options = parseOptions(arguments);
+    ASSERT_TRUE(options.ok()) << options.error();
+    EXPECT_EQ(options->command, Options::Command::mcp);
+    EXPECT_EQ(options->store, "/tmp/s");
+    EXPECT_EQ(options->root, "/srv");
+  }
+  const auto connect = parseOptions({"--help", "connect", "codex"});
+  EXPECT_EQ(connect->command, Options::Command::connect);
+  EXPECT_TRUE(connect->commandHelp);
   EXPECT_EQ(parseOptions({"connect", "codex"})->client, "codex");
-  EXPECT_EQ(parseOptions({"--json", "mcp"}).error(),
-            "mcp is a command: write it first, before any option (tallyfin mcp …)");
-  EXPECT_EQ(parseOptions({"--store", "/tmp/s", "connect", "codex"}).error(),
-            "connect is a command: write it first, before any option (tallyfin connect …)");
-  EXPECT_EQ(parseOptions({"--json", "frobnicate"}).error(), "unknown option frobnicate");
+  const auto history = parseOptions({"--json", "--top", "3", "history", "--store", "/tmp/s"});
+  ASSERT_TRUE(history.ok()) << history.error();
+  EXPECT_EQ(history->command, Options::Command::history);
+  EXPECT_EQ(history->top, 3);
+  EXPECT_TRUE(history->json);
+}
+
+TEST(Options, WhatDoesNotFitTheCommandIsNamed) {
+  EXPECT_EQ(parseOptions({"--json", "frobnicate"}).error(), "unknown command frobnicate (tallyfin --help lists them)");
+  EXPECT_EQ(parseOptions({"history", "--frobnicate"}).error(), "unknown option --frobnicate");
+  EXPECT_EQ(parseOptions({"mcp", "--json"}).error(), "--json does not go with mcp (tallyfin mcp --help)");
+  EXPECT_EQ(parseOptions({"--root", "/srv", "history"}).error(),
+            "--root does not go with history (tallyfin history --help)");
+  EXPECT_EQ(parseOptions({"trash", "--top", "3"}).error(), "--top does not go with trash (tallyfin trash --help)");
+  EXPECT_EQ(parseOptions({"history", "trash"}).error(), "history takes no arguments, not trash");
+  EXPECT_EQ(parseOptions({"--apps", "--duplicates"}).error(), "--apps and --duplicates are two commands \u2014 give one");
+  EXPECT_EQ(parseOptions({"undo", "b1", "b2"}).error(), "undo takes one [BATCH], not b2");
+  EXPECT_EQ(parseOptions({"connect"}).error(), "connect needs a client name");
+  EXPECT_EQ(parseOptions({"keep", "--remove"}).error(), "keep --remove needs the paths to take off");
+  EXPECT_EQ(parseOptions({"--remove", "/x"}).error(), "--remove goes with keep");
   EXPECT_EQ(parseOptions({"--root", ""}).error(), "--root needs a folder; an empty path names none");
   EXPECT_EQ(parseOptions({"--store", ""}).error(), "--store needs a folder; an empty path names none");
   EXPECT_FALSE(parseOptions({"--store", "--json"}).ok());  // a value, not the next option
@@ -34,12 +60,27 @@ TEST(Options, SubcommandsOnlyInFirstPlace) {
   EXPECT_EQ(parseOptions({"--top", "0"})->top, 0);
 }
 
+TEST(Options, UndoKeepAndVersion) {
+  EXPECT_FALSE(parseOptions({"undo"})->batch.has_value());
+  EXPECT_EQ(parseOptions({"undo", "--json", "b17-x"})->batch, "b17-x");
+  const auto keep = parseOptions({"keep", "~/a", "--remove", "b"});
+  ASSERT_TRUE(keep.ok()) << keep.error();
+  EXPECT_EQ(keep->paths, (std::vector<std::string>{"~/a", "b"}));
+  EXPECT_TRUE(keep->remove);
+  // A path that happens to be called like a command is still a path.
+  EXPECT_EQ(parseOptions({"keep", "history"})->paths, std::vector<std::string>{"history"});
+  EXPECT_EQ(parseOptions({"history", "--version"})->command, Options::Command::version);
+  EXPECT_EQ(parseOptions({"--version"})->command, Options::Command::version);
+  EXPECT_EQ(parseOptions({"--help"})->command, Options::Command::help);
+  EXPECT_FALSE(parseOptions({"--help"})->commandHelp);
+}
+
 TEST(Options, ScheduleAndAutopilotTakeOneChoiceOrNone) {
   EXPECT_FALSE(parseOptions({"schedule"})->schedule.has_value());
   EXPECT_EQ(parseOptions({"schedule", "weekly", "--json"})->schedule, "weekly");
   EXPECT_FALSE(parseOptions({"schedule", "hourly"}).ok());
   EXPECT_FALSE(parseOptions({"schedule", "daily", "--store", "/tmp/s"}).ok());
-  EXPECT_FALSE(parseOptions({"--json", "schedule"}).ok());
+  EXPECT_EQ(parseOptions({"--json", "schedule", "daily"})->schedule, "daily");
 
   EXPECT_FALSE(parseOptions({"autopilot"})->autopilotDays.has_value());
   EXPECT_EQ(parseOptions({"autopilot", "off"})->autopilotDays, 0);

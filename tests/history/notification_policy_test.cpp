@@ -26,7 +26,7 @@ TEST(NotificationPolicy, LowSpaceThresholdIsTheLargerOfShareAndFloor) {
   auto [big, state] = kPolicy.decide(facts(1000 * GB, 100 * GB), {}, kNow);
   ASSERT_TRUE(big.has_value());
   EXPECT_EQ(big->kind, Kind::lowSpace);
-  EXPECT_EQ(big->title, "Only 100 GB free on your Mac");
+  EXPECT_EQ(big->title, "Only 100 GB free on your computer");
   EXPECT_EQ(big->body, "Your disk is 90% full.");
   EXPECT_EQ(state.lastSent.at("lowSpace"), kNow);
   EXPECT_EQ(state.lastFree, 100 * GB);

@@ -106,7 +106,7 @@ TEST(DiskHealth, ThresholdsAndPercent) {
   EXPECT_EQ(diskHealth(info), DiskHealth::critical);
   EXPECT_EQ(percentUsed(info), 90);
   info.free = 333;
-  EXPECT_EQ(percentUsed(info), 66);
+  EXPECT_EQ(percentUsed(info), 67);  // 66.7, rounded up as df does
   info.total = 0;
   EXPECT_EQ(diskHealth(info), std::nullopt);
   EXPECT_EQ(healthText(DiskHealth::gettingFull), "getting-full");

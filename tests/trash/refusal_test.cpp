@@ -67,14 +67,14 @@ TEST_F(Refusal, TrashAndPersonalData) {
 
 TEST_F(Refusal, OtherDisksAndOutsideHome) {
   EXPECT_EQ(refusal("/Volumes/Backup/x"),
-            "On another disk \u2014 Tallyfin cleans your home folder on this Mac. Use Finder for "
-            "external drives");
+            "On another disk \u2014 Tallyfin cleans your home folder on your computer. Use your file manager "
+            "for external drives");
   EXPECT_EQ(refusal("/media/usb/x"),
-            "On another disk \u2014 Tallyfin cleans your home folder on this Mac. Use Finder for "
-            "external drives");
-  EXPECT_EQ(refusal("/tmp/x"), "Outside your home folder \u2014 use the command shown, or Finder");
+            "On another disk \u2014 Tallyfin cleans your home folder on your computer. Use your file manager "
+            "for external drives");
+  EXPECT_EQ(refusal("/tmp/x"), "Outside your home folder \u2014 use the command shown, or your file manager");
   EXPECT_EQ(refusal(home.path() + "x/y"),
-            "Outside your home folder \u2014 use the command shown, or Finder");
+            "Outside your home folder \u2014 use the command shown, or your file manager");
 }
 
 TEST_F(Refusal, TheDiskMustStillMatchTheScan) {
@@ -171,7 +171,7 @@ TEST_F(Refusal, ApplicationBundles) {
   EXPECT_EQ(refusal(apps + "/Notes.app", Origin::application), "Part of macOS");
   EXPECT_EQ(refusal(apps + "/Pages.app", Origin::application), std::nullopt);
   EXPECT_EQ(refusal(apps + "/Self.app", Origin::application),
-            "That's Tallyfin \u2014 remove it in Finder if you want to");
+            "That's Tallyfin \u2014 remove it in your file manager if you want to");
   EXPECT_EQ(refusal(apps + "/Blank.app", Origin::application), "Not an app");
   EXPECT_EQ(refusal(apps + "/Sub/Foo.app", Origin::application), "Not an app");
   EXPECT_EQ(refusal(home / "Downloads/Foo.app", Origin::application),

@@ -83,7 +83,7 @@ TEST(TrashService, UndoDropsWhatCanNeverComeBackAndKeepsWhatMayLater) {
   std::filesystem::rename(home / "stuff/relinked", home / "stuff/elsewhere");
   testing::symbolicLink(home / "stuff/elsewhere", home / "stuff/relinked");
 
-  EXPECT_EQ(service.restoreRefusal(outcome.moved[0]), "No longer in the Trash");
+  EXPECT_EQ(service.restoreRefusal(outcome.moved[0]), "No longer in the Trash \u2014 it was emptied, or taken out with another tool");
   EXPECT_EQ(service.restoreRefusal(outcome.moved[1]),
             "Something already exists at the original location");
   EXPECT_EQ(service.restoreRefusal(outcome.moved[2]), "Original folder moved or was replaced");
@@ -301,7 +301,7 @@ TEST(TrashService, APlatformThatSaysNothingOrSwapsTheItemIsNotJournalled) {
   const auto quiet = silent.trash({{home / "stuff/x", 10, Origin::userChoice}}, {}, kNow);
   ASSERT_EQ(quiet.failed.size(), 1u);
   EXPECT_EQ(quiet.failed[0].second,
-            "Moved to the Trash, but macOS didn't say where \u2014 use Finder's Put Back");
+            "Moved to the Trash, but Linux didn't say where \u2014 use your file manager's Restore");
   EXPECT_TRUE(journalOf(home).empty());
 
   testing::writeFile(home / "stuff/y", 10);
