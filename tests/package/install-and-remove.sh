@@ -21,6 +21,7 @@ if dpkg-query -W -f='${Status}' tallyfin 2>/dev/null | grep -q 'ok installed'; t
 fi
 
 package=$(scripts/package.sh)
+version=$(basename "$package" | cut -d_ -f2)
 work=$(mktemp -d)
 trap 'dpkg --purge tallyfin >/dev/null 2>&1 || true; rm -rf "$work"' EXIT
 export DEBIAN_FRONTEND=noninteractive
@@ -38,7 +39,8 @@ missing=$(comm -23 "$work/installed" "$work/packaged")
 [ "$(command -v tallyfin)" = /usr/bin/tallyfin ] || fail "tallyfin is not /usr/bin/tallyfin on PATH"
 # The test's own home, so the program never reads or writes the machine's real one.
 HOME="$work/home" XDG_CONFIG_HOME="$work/home/.config" XDG_DATA_HOME="$work/home/.local/share" \
-  tallyfin --help >/dev/null || fail "the installed tallyfin --help failed"
+  tallyfin --version | grep -qx "tallyfin $version" || fail "the installed tallyfin --version does not say $version"
+[ -f /usr/share/man/man1/tallyfin.1.gz ] || [ -f /usr/share/man/man1/tallyfin.1 ] || fail "the package installed no tallyfin(1) man page"
 for program in /usr/bin/tallyfin /usr/bin/tallyfin-app; do
   unresolved=$(ldd "$program" | grep 'not found' || true)
   [ -z "$unresolved" ] || fail "$program needs libraries the package's Depends did not bring: $unresolved"
