@@ -9,7 +9,7 @@
 #   cold   caches dropped before every run (needs root), default 3 rounds
 #   check  one run of tallyfin, scored against the data set's known answer
 # Tallyfin's hash cache is removed before every run, so each run reads afresh.
-# Needs: a release build (cmake --preset release && cmake --build --preset release),
+# Needs: a bench build (cmake --preset bench && cmake --build --preset bench),
 # scripts/install-deps.sh --bench for the peers, and ../shared/bench beside the repo.
 set -eu
 MODE=${1:-warm}
@@ -21,9 +21,9 @@ WORK=${TFBENCH:-/tmp/tfbench}
 DATA=$WORK/dups
 OUT=$WORK/dupout
 STORE=$WORK/dupstore
-TALLYFIN=$REPO/build/release/cli/tallyfin
+TALLYFIN=$REPO/build/bench/cli/tallyfin
 
-[ -x "$TALLYFIN" ] || { echo "duplicates-vs-peers: build the release preset first" >&2; exit 1; }
+[ -x "$TALLYFIN" ] || { echo "duplicates-vs-peers: build the bench preset first" >&2; exit 1; }
 mkdir -p "$WORK" "$OUT"
 if [ ! -d "$DATA" ]; then
   echo "duplicates-vs-peers: building the 3.7 GB duplicate data set in $DATA" >&2

@@ -6,7 +6,7 @@
 #   warm     page cache warm, one untimed warm-up round (default)
 #   cold     caches dropped before every run (needs root)
 #   threads  warm, Tallyfin with 2, 4, 8 and 16 worker threads
-# Needs: a release build (cmake --preset release && cmake --build --preset release),
+# Needs: a bench build (cmake --preset bench && cmake --build --preset bench),
 # scripts/install-deps.sh --bench for gdu and ncdu, and ../shared/bench beside the repo.
 set -eu
 MODE=${1:-warm}
@@ -16,9 +16,9 @@ REPO=$(dirname "$HERE")
 SHARED=$REPO/../shared/bench
 WORK=${TFBENCH:-/tmp/tfbench}
 TREE=$WORK/h1m
-SCAN=$REPO/build/release/bench/tallyfin-scan
+SCAN=$REPO/build/bench/bench/tallyfin-scan
 
-[ -x "$SCAN" ] || { echo "scan-vs-peers: build the release preset first" >&2; exit 1; }
+[ -x "$SCAN" ] || { echo "scan-vs-peers: build the bench preset first" >&2; exit 1; }
 mkdir -p "$WORK"
 if [ ! -d "$TREE" ]; then
   echo "scan-vs-peers: building the 1,000,000-file fixture in $TREE (about a minute)" >&2
