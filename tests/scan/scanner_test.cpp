@@ -4,7 +4,6 @@
 #include <unistd.h>
 
 #include <gtest/gtest.h>
-#include <nlohmann/json.hpp>
 
 #include <algorithm>
 #include <mutex>
@@ -211,7 +210,7 @@ TEST(Scanner, FoldersOfAnyDepthAreCounted) {
   size_t depth = 0;
   for (const DiskNode* node = &scan.tree; !node->children.empty(); node = &node->children.front()) ++depth;
   EXPECT_LE(depth, DiskNode::kDeepestLevel);
-  const auto decoded = decodeDiskNode(nlohmann::json::parse(encodeJson(scan.tree)));
+  const auto decoded = decodeDiskNode(encodeJson(scan.tree));
   ASSERT_TRUE(decoded.ok()) << decoded.error();
   EXPECT_EQ(*decoded, scan.tree);
 }
