@@ -6,7 +6,7 @@
 # the report that the scans saved. Prints one JSON line per run.
 # The fixture is built under $TFBENCH (default /tmp/tfbench) and removed afterwards
 # unless it was there before (it takes about 24 GB).
-# Needs: a release build (cmake --preset release && cmake --build --preset release)
+# Needs: a bench build (cmake --preset bench && cmake --build --preset bench)
 # and ../shared/bench beside the repository.
 set -eu
 RUNS=${1:-5}
@@ -15,9 +15,9 @@ REPO=$(dirname "$HERE")
 SHARED=$REPO/../shared/bench
 WORK=${TFBENCH:-/tmp/tfbench}
 TREE=$WORK/h1m
-SPEED=$REPO/build/release/bench/tallyfin-app-speed
+SPEED=$REPO/build/bench/bench/tallyfin-app-speed
 
-[ -x "$SPEED" ] || { echo "app-speed: build the release preset first" >&2; exit 1; }
+[ -x "$SPEED" ] || { echo "app-speed: build the bench preset first" >&2; exit 1; }
 mkdir -p "$WORK"
 made=no
 if [ ! -d "$TREE" ]; then

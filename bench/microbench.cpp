@@ -15,7 +15,6 @@
 #include "kit/cleanup/cleanup_rules.h"
 #include "kit/scan/directory_reader.h"
 #include "kit/scan/scanner.h"
-#include "kit/store/scan_report.h"
 #include "kit/scan/disk_node.h"
 #include "kit/scan/project_rules.h"
 #include "kit/scan/scan_configuration.h"
@@ -141,39 +140,6 @@ void BM_Buckets(benchmark::State& state) {
   for (auto _ : state) benchmark::DoNotOptimize(Analysis::buckets(tree, millionFileHome()));
 }
 BENCHMARK(BM_Buckets)->Unit(benchmark::kMicrosecond);
-
-// A report whose tree holds `leaves` folders with long names: about 30 MB of JSON
-// for 250,000, the size of a big disk's report with many kept children.
-std::string largeReport(int leaves) {
-  ScanReport report;
-  report.tree.name = "/";
-  const int perFolder = 500;
-  for (int f = 0; f < leaves / perFolder; ++f) {
-    DiskNode folder;
-    folder.name = "folder-with-a-fairly-long-name-" + std::to_string(f);
-    for (int l = 0; l < perFolder; ++l) {
-      DiskNode leaf;
-      leaf.name = "Application Support Item With Long Name " + std::to_string(l);
-      leaf.size = 1'048'576LL * (l + 1);
-      leaf.files = l + 3;
-      leaf.modified = 1'790'000'000 + l;
-      folder.size += leaf.size;
-      folder.files += leaf.files;
-      folder.children.push_back(std::move(leaf));
-    }
-    report.tree.size += folder.size;
-    report.tree.children.push_back(std::move(folder));
-  }
-  return encodeReport(report);
-}
-
-void BM_LoadReport(benchmark::State& state) {
-  const std::string text = largeReport(250'000);
-  for (auto _ : state) benchmark::DoNotOptimize(decodeReport(text).ok());
-  state.SetBytesProcessed(state.iterations() * static_cast<int64_t>(text.size()));
-  state.counters["MB"] = static_cast<double>(text.size()) / 1e6;
-}
-BENCHMARK(BM_LoadReport)->Unit(benchmark::kMillisecond);
 
 }  // namespace
 

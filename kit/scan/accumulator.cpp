@@ -2,9 +2,36 @@
 
 #include <iterator>
 
+#include "kit/base/paths.h"
 #include "kit/base/saturating.h"
 
 namespace tallyfin {
+
+void HardLinks::add(std::string_view folder, std::string_view name, uint64_t inode, int64_t size) {
+  if (folders_.empty() || folders_.back() != folder) folders_.emplace_back(folder);
+  links_.push_back({inode, size, names_.size(), static_cast<uint32_t>(name.size()),
+                    static_cast<uint32_t>(folders_.size() - 1)});
+  names_ += name;
+}
+
+void HardLinks::absorb(HardLinks&& other) {
+  const size_t nameShift = names_.size();
+  const auto folderShift = static_cast<uint32_t>(folders_.size());
+  names_ += other.names_;
+  folders_.insert(folders_.end(), std::make_move_iterator(other.folders_.begin()),
+                  std::make_move_iterator(other.folders_.end()));
+  links_.reserve(links_.size() + other.links_.size());
+  for (Link link : other.links_) {
+    link.nameStart += nameShift;
+    link.folder += folderShift;
+    links_.push_back(link);
+  }
+  other = HardLinks();
+}
+
+std::string HardLinks::path(const Link& link) const {
+  return joinPath(folders_[link.folder], std::string_view(names_).substr(link.nameStart, link.nameLength));
+}
 
 void Accumulator::countFile(FileKind kind, int64_t size) {
   const auto index = static_cast<size_t>(kind);
@@ -24,7 +51,7 @@ void Accumulator::absorb(Accumulator&& other) {
   };
   append(largeFiles, other.largeFiles);
   append(projectJunk, other.projectJunk);
-  append(links, other.links);
+  links.absorb(std::move(other.links));
   for (size_t i = 0; i < kFileKindCount; ++i) {
     typeBytes[i] = saturatingAdd(typeBytes[i], other.typeBytes[i]);
     typeFiles[i] = saturatingAdd(typeFiles[i], other.typeFiles[i]);

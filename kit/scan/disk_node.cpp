@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <stdexcept>
 
-#include <nlohmann/json.hpp>
+#include <simdjson.h>
 
 #include "kit/base/json_text.h"
 #include "kit/base/paths.h"
@@ -16,24 +16,34 @@ namespace {
 constexpr int64_t kKeepAllMinimum = 1'048'576;
 constexpr size_t kKeepAllMaxChildren = 4'000;
 
-DiskNode decodeOrThrow(const nlohmann::json& json) {
+// Millions of nodes: simdjson's parsed document is walked directly, field by field.
+DiskNode decodeOrThrow(const simdjson::dom::element& json) {
   DiskNode node;
-  node.name = json.at("name").get<std::string>();
-  node.size = json.at("size").get<int64_t>();
-  if (const auto it = json.find("files"); it != json.end()) node.files = it->get<int64_t>();
-  if (const auto it = json.find("modified"); it != json.end()) node.modified = it->get<int64_t>();
-  if (const auto it = json.find("kind"); it != json.end()) {
-    const auto raw = it->get<int64_t>();
-    if (raw < 0 || raw > 4) {
-      throw std::invalid_argument("unknown node kind " + std::to_string(raw));
+  bool named = false, sized = false;
+  for (const auto field : json.get_object()) {
+    const std::string_view key = field.key;
+    if (key == "name") {
+      node.name = std::string_view(field.value);
+      named = true;
+    } else if (key == "size") {
+      node.size = int64_t(field.value);
+      sized = true;
+    } else if (key == "files") {
+      node.files = int64_t(field.value);
+    } else if (key == "modified") {
+      node.modified = int64_t(field.value);
+    } else if (key == "kind") {
+      const auto raw = int64_t(field.value);
+      if (raw < 0 || raw > 4) throw std::invalid_argument("unknown node kind " + std::to_string(raw));
+      node.kind = static_cast<DiskNode::Kind>(raw);
+    } else if (key == "children") {
+      if (!field.value.is_array()) throw std::invalid_argument("children is not a list");
+      const simdjson::dom::array children(field.value);
+      node.children.reserve(children.size());
+      for (const auto child : children) node.children.push_back(decodeOrThrow(child));
     }
-    node.kind = static_cast<DiskNode::Kind>(raw);
   }
-  if (const auto it = json.find("children"); it != json.end()) {
-    if (!it->is_array()) throw std::invalid_argument("children is not a list");
-    node.children.reserve(it->size());
-    for (const auto& child : *it) node.children.push_back(decodeOrThrow(child));
-  }
+  if (!named || !sized) throw std::invalid_argument("a node without a name or a size");
   return node;
 }
 
@@ -92,12 +102,21 @@ std::string encodeJson(const DiskNode& node) {
   return out;
 }
 
-Expected<DiskNode, std::string> decodeDiskNode(const nlohmann::json& json) {
+Expected<DiskNode, std::string> decodeDiskNode(const simdjson::dom::element& json) {
   try {
     return decodeOrThrow(json);
   } catch (const std::exception& error) {
     return fail(std::string(error.what()));
   }
+}
+
+Expected<DiskNode, std::string> decodeDiskNode(std::string_view json) {
+  simdjson::dom::parser parser;
+  simdjson::dom::element root;
+  if (const auto error = parser.parse(json.data(), json.size()).get(root)) {
+    return fail(std::string(simdjson::error_message(error)));
+  }
+  return decodeDiskNode(root);
 }
 
 std::vector<DiskNode> prune(std::vector<DiskNode> children, int64_t size, int64_t files,

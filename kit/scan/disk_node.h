@@ -9,9 +9,11 @@
 #include <string_view>
 #include <vector>
 
-#include <nlohmann/json_fwd.hpp>
-
 #include "kit/base/expected.h"
+
+namespace simdjson::dom {
+class element;
+}  // namespace simdjson::dom
 
 namespace tallyfin {
 
@@ -49,7 +51,9 @@ void appendJson(std::string& out, const DiskNode& node);
 
 // Reads a node written by `encodeJson`; a missing name or size, a wrong type or an
 // unknown kind number is an error for the whole document.
-Expected<DiskNode, std::string> decodeDiskNode(const nlohmann::json& json);
+Expected<DiskNode, std::string> decodeDiskNode(std::string_view json);
+// The same for a node inside a bigger document that is already parsed.
+Expected<DiskNode, std::string> decodeDiskNode(const simdjson::dom::element& json);
 
 // Children of a folder whose full size and file count are known, chosen by the
 // pruning rule; `children` is in the order the folder was listed. None at or

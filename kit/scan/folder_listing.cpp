@@ -40,7 +40,7 @@ void readContents(Listing listing, const FolderContext& context,
           {joinPath(context.display, entry.name), size, entry.modified, entry.accessed});
     }
     if (entry.linkCount >= 2) {
-      accumulator.links.push_back({entry.inode, size, joinPath(context.display, entry.name)});
+      accumulator.links.add(context.display, entry.name, entry.inode, size);
     }
     if (size >= fileNodeMinimum) {
       DiskNode node;

@@ -27,6 +27,12 @@ struct ScanConfiguration {
   PathSet splitPoints;
   TimingMap previousTimings;
   double splitSeconds = 2.0;
+  // Planning splits no folder further once this many folders are planned (walk
+  // tasks and folders split into tasks): slow folders recorded scan after scan
+  // would otherwise cut the walk ever finer, and the planner lists every split
+  // folder alone, before the walk starts. Past the limit, only the subfolders of
+  // the folders being split when it was reached become tasks.
+  size_t plannedFolderLimit = 2'000;
   PathSet mounts;
   // Threads that walk in parallel; 0 picks a count from the machine.
   int workerCount = 0;

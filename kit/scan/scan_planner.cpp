@@ -79,6 +79,7 @@ class Planner {
  private:
   bool isSplit(std::string_view display, std::string_view name) const {
     if (alwaysOwnTask(name)) return false;
+    if (plan_.tasks.size() + plan_.splits.size() >= configuration_.plannedFolderLimit) return false;
     if (configuration_.splitPoints.contains(display)) return true;
     if (const auto it = configuration_.previousTimings.find(display);
         it != configuration_.previousTimings.end()) {

@@ -5,6 +5,7 @@
 #include <cerrno>
 
 #include <nlohmann/json.hpp>
+#include <simdjson.h>
 
 namespace tallyfin {
 
@@ -38,34 +39,52 @@ std::string encodeReport(const ScanReport& report) {
   return text;
 }
 
+namespace {
+
+simdjson::dom::element required(const simdjson::dom::element& json, std::string_view key) {
+  simdjson::dom::element value;
+  if (json[key].get(value)) throw std::invalid_argument("the report has no \"" + std::string(key) + "\"");
+  return value;
+}
+
+// The tree is nearly all of the bytes and is read straight from simdjson's document;
+// the short lists keep their one mapping, handed over as text.
+template <class T>
+T decodeSmall(const simdjson::dom::element& value) {
+  return nlohmann::json::parse(simdjson::minify(value)).get<T>();
+}
+
+}  // namespace
+
 Expected<ScanReport, std::string> decodeReport(std::string_view text) {
   try {
-    const auto json = nlohmann::json::parse(text);
+    simdjson::dom::parser parser;
+    const simdjson::dom::element json = parser.parse(text.data(), text.size());
     ScanReport report;
-    report.version = json.at("version").get<int>();
-    report.date = json.at("date").get<double>();
-    report.duration = json.at("duration").get<double>();
-    report.home = json.at("home").get<std::string>();
-    report.disk = json.at("disk").get<DiskInfo>();
-    report.scannedBytes = json.at("scannedBytes").get<int64_t>();
-    report.fileCount = json.at("fileCount").get<int64_t>();
-    auto tree = decodeDiskNode(json.at("tree"));
+    report.version = static_cast<int>(int64_t(required(json, "version")));
+    report.date = double(required(json, "date"));
+    report.duration = double(required(json, "duration"));
+    report.home = std::string_view(required(json, "home"));
+    report.disk = decodeSmall<DiskInfo>(required(json, "disk"));
+    report.scannedBytes = int64_t(required(json, "scannedBytes"));
+    report.fileCount = int64_t(required(json, "fileCount"));
+    auto tree = decodeDiskNode(required(json, "tree"));
     if (!tree) return fail(tree.error());
     report.tree = std::move(tree).value();
-    report.buckets = json.at("buckets").get<std::vector<Bucket>>();
-    report.hotspots = json.at("hotspots").get<std::vector<Hotspot>>();
-    report.items = json.at("items").get<std::vector<CleanupItem>>();
-    report.largeFiles = json.at("largeFiles").get<std::vector<LargeFile>>();
-    report.types = json.at("types").get<std::vector<TypeTotal>>();
-    if (const auto it = json.find("changes"); it != json.end() && !it->is_null()) {
-      report.changes = it->get<ChangeSummary>();
+    report.buckets = decodeSmall<std::vector<Bucket>>(required(json, "buckets"));
+    report.hotspots = decodeSmall<std::vector<Hotspot>>(required(json, "hotspots"));
+    report.items = decodeSmall<std::vector<CleanupItem>>(required(json, "items"));
+    report.largeFiles = decodeSmall<std::vector<LargeFile>>(required(json, "largeFiles"));
+    report.types = decodeSmall<std::vector<TypeTotal>>(required(json, "types"));
+    if (simdjson::dom::element changes; !json["changes"].get(changes) && !changes.is_null()) {
+      report.changes = decodeSmall<ChangeSummary>(changes);
     }
-    report.deniedCount = json.at("deniedCount").get<int64_t>();
+    report.deniedCount = int64_t(required(json, "deniedCount"));
     // Reports saved before the sample was kept still load.
-    if (const auto it = json.find("deniedSample"); it != json.end()) {
-      report.deniedSample = it->get<std::vector<std::string>>();
+    if (simdjson::dom::element sample; !json["deniedSample"].get(sample)) {
+      report.deniedSample = decodeSmall<std::vector<std::string>>(sample);
     }
-    report.taskCount = json.at("taskCount").get<int>();
+    report.taskCount = static_cast<int>(int64_t(required(json, "taskCount")));
     return report;
   } catch (const std::exception& error) {
     return fail(std::string(error.what()));

@@ -125,17 +125,21 @@ void forEachInParallel(size_t count, const std::function<void(size_t)>& body) {
 // The hash of every file, read through the cache; none where reading failed or
 // the search was cancelled first.
 Hashes hashAll(const std::vector<const DuplicateCandidate*>& files, const Stage& stage,
-               const DuplicateSearch& search, DuplicateCache& cache, ProgressMeter& meter) {
+               const DuplicateSearch& search, DuplicateCache& cache, ProgressMeter& meter,
+               PageCacheLedger& pages) {
   for (const DuplicateCandidate* file : files) meter.plan(stage.planned(file->size));
   Hashes hashes(files.size());
   forEachInParallel(files.size(), [&](size_t i) {
     if (cancelled(search)) return;
     const DuplicateCandidate& file = *files[i];
     int64_t read = 0;
-    const ReadWatch watch(search.cancel, [&](int64_t bytes) {
-      read += bytes;
-      meter.advance(bytes);
-    });
+    const ReadWatch watch(
+        search.cancel,
+        [&](int64_t bytes) {
+          read += bytes;
+          meter.advance(bytes);
+        },
+        &pages);
     hashes[i] = cache.hash(file.path, stage.kind, [&] { return stage.compute(file.path, file.size, watch); });
     if (read == 0) meter.advance(stage.planned(file.size));  // known from an earlier run
     if (!hashes[i]) return;
@@ -163,10 +167,10 @@ Groups keepShared(std::map<Key, std::vector<const DuplicateCandidate*>>& byKey) 
 // Splits every group by the stage's hash; files without a hash drop out.
 std::pair<Groups, std::vector<std::string>> regroup(const Groups& groups, const Stage& stage,
                                                     const DuplicateSearch& search, DuplicateCache& cache,
-                                                    ProgressMeter& meter) {
+                                                    ProgressMeter& meter, PageCacheLedger& pages) {
   std::vector<const DuplicateCandidate*> files;
   for (const auto& group : groups) files.insert(files.end(), group.begin(), group.end());
-  const Hashes hashes = hashAll(files, stage, search, cache, meter);
+  const Hashes hashes = hashAll(files, stage, search, cache, meter, pages);
   std::map<std::pair<int64_t, std::string>, std::vector<const DuplicateCandidate*>> byHash;
   for (size_t i = 0; i < files.size(); ++i) {
     if (hashes[i]) byHash[{files[i]->size, *hashes[i]}].push_back(files[i]);
@@ -176,6 +180,18 @@ std::pair<Groups, std::vector<std::string>> regroup(const Groups& groups, const 
     if (members.size() >= 2) keys.push_back(key.second);
   }
   return {keepShared(byHash), std::move(keys)};
+}
+
+// Files that left the groups are not read again: what reading them brought into
+// the page cache goes now, the rest when the search is done.
+void releaseDropped(const Groups& before, const Groups& after, PageCacheLedger& pages) {
+  std::set<const DuplicateCandidate*> kept;
+  for (const auto& group : after) kept.insert(group.begin(), group.end());
+  for (const auto& group : before) {
+    for (const DuplicateCandidate* file : group) {
+      if (!kept.contains(file)) pages.release(file->path);
+    }
+  }
 }
 
 // The candidates worth reading: big enough, the user's own, counted once per
@@ -229,11 +245,16 @@ std::vector<DuplicateGroup> find(const std::vector<DuplicateCandidate>& given,
   DuplicateCache memoryOnly;
   DuplicateCache& cache = search.cache ? *search.cache : memoryOnly;
   ProgressMeter meter(search.progress);
-  const Groups sameHead = regroup(sameSize, kHeadStage, search, cache, meter).first;
-  const Groups similar = regroup(sameHead, kFingerprintStage, search, cache, meter).first;
+  // Pages that were cached before the search stay; those it brought in go.
+  PageCacheLedger pages;
+  const Groups sameHead = regroup(sameSize, kHeadStage, search, cache, meter, pages).first;
+  releaseDropped(sameSize, sameHead, pages);
+  const Groups similar = regroup(sameHead, kFingerprintStage, search, cache, meter, pages).first;
+  releaseDropped(sameHead, similar, pages);
   if (cancelled(search)) return {};
   const auto [identical, hashes] =
-      regroup(similar, search.fullHash ? kFullStage : kSampledStage, search, cache, meter);
+      regroup(similar, search.fullHash ? kFullStage : kSampledStage, search, cache, meter, pages);
+  pages.releaseAll();
 
   std::vector<DuplicateGroup> groups;
   for (size_t g = 0; g < identical.size(); ++g) {

@@ -40,6 +40,20 @@ class Sha256 {
   std::unique_ptr<EVP_MD_CTX, decltype(&EVP_MD_CTX_free)> context_;
 };
 
+// The caller's watch with a page ledger: the caller's own, or one of this call's
+// that drops what the call brought into the cache when the call is done.
+class SparingWatch {
+ public:
+  explicit SparingWatch(const ReadWatch& watch) : watch_(watch) {
+    if (!watch_.pages) watch_.pages = &own_;
+  }
+  const ReadWatch& get() const { return watch_; }
+
+ private:
+  PageCacheLedger own_;
+  ReadWatch watch_;
+};
+
 // Adds up to `length` bytes at `offset` to the hash; false on a read error.
 bool addRange(const ReadableFile& file, Sha256& hash, int64_t offset, int64_t length,
               std::vector<char>& buffer, const ReadWatch& watch) {
@@ -63,7 +77,9 @@ struct Range {
 
 // SHA-256 of the size (8 bytes, little-endian) and then the given ranges, in order.
 std::optional<std::string> hashSamples(const std::string& path, int64_t size, const std::vector<Range>& ranges,
-                                       const ReadWatch& watch) {
+                                       const ReadWatch& given) {
+  const SparingWatch sparing(given);
+  const ReadWatch& watch = sparing.get();
   auto file = FileFacts::openForReading(path);
   if (!file) return std::nullopt;
   file->willSample();
@@ -76,9 +92,12 @@ std::optional<std::string> hashSamples(const std::string& path, int64_t size, co
   return hash.finish();
 }
 
-std::optional<std::string> hashWhole(const std::string& path, const ReadWatch& watch) {
+std::optional<std::string> hashWhole(const std::string& path, const ReadWatch& given) {
+  const SparingWatch sparing(given);
+  const ReadWatch& watch = sparing.get();
   auto file = FileFacts::openForReading(path);
   if (!file) return std::nullopt;
+  file->willReadWhole(watch);
   std::vector<char> buffer(FileFacts::kBlock);
   Sha256 hash;
   for (int64_t offset = 0;;) {
@@ -99,8 +118,15 @@ ReadableFile::~ReadableFile() {
 
 void ReadableFile::willSample() const { platform::readsWillJump(fd_); }
 
+void ReadableFile::willReadWhole(const ReadWatch& watch) const {
+  if (watch.pages) watch.pages->beforeRead(path_, fd_, 0, size_);
+}
+
 std::optional<size_t> ReadableFile::read(int64_t offset, std::span<char> buffer,
                                          const ReadWatch& watch) const {
+  if (watch.pages) {
+    watch.pages->beforeRead(path_, fd_, offset, std::min(static_cast<int64_t>(buffer.size()), size_ - offset));
+  }
   size_t filled = 0;
   while (filled < buffer.size()) {
     if (watch.stopped()) return std::nullopt;
@@ -111,7 +137,6 @@ std::optional<size_t> ReadableFile::read(int64_t offset, std::span<char> buffer,
     if (count == 0) break;
     filled += static_cast<size_t>(count);
   }
-  platform::releaseCache(fd_, offset, static_cast<int64_t>(filled));
   if (watch.counted && filled > 0) watch.counted(static_cast<int64_t>(filled));
   return filled;
 }
@@ -125,7 +150,7 @@ std::optional<ReadableFile> FileFacts::openForReading(const std::string& path) {
     ::close(fd);
     return std::nullopt;
   }
-  return ReadableFile(fd, info.st_size);
+  return ReadableFile(fd, info.st_size, path);
 }
 
 std::optional<std::string> FileFacts::fingerprint(const std::string& path, int64_t size,
@@ -141,7 +166,9 @@ std::optional<std::string> FileFacts::headHash(const std::string& path, int64_t 
 }
 
 std::optional<FileFacts::SmallFileHashes> FileFacts::smallFileHashes(const std::string& path, int64_t size,
-                                                                     const ReadWatch& watch) {
+                                                                     const ReadWatch& given) {
+  const SparingWatch sparing(given);
+  const ReadWatch& watch = sparing.get();
   if (size > kWholeFileLimit) return std::nullopt;
   auto file = openForReading(path);
   if (!file) return std::nullopt;
@@ -176,10 +203,14 @@ std::optional<std::string> FileFacts::sha256(const std::string& path, const Read
   return hashWhole(path, watch);
 }
 
-bool FileFacts::identical(const std::string& a, const std::string& b, const ReadWatch& watch) {
+bool FileFacts::identical(const std::string& a, const std::string& b, const ReadWatch& given) {
+  const SparingWatch sparing(given);
+  const ReadWatch& watch = sparing.get();
   auto first = openForReading(a);
   auto second = openForReading(b);
   if (!first || !second || first->size() != second->size()) return false;
+  first->willReadWhole(watch);
+  second->willReadWhole(watch);
   std::vector<char> left(kBlock), right(kBlock);
   for (int64_t offset = 0; offset < first->size(); offset += kBlock) {
     const auto one = first->read(offset, left, watch);

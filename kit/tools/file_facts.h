@@ -11,16 +11,21 @@
 #include <string>
 
 #include "kit/scan/scan_progress.h"
+#include "kit/tools/page_cache_ledger.h"
 
 namespace tallyfin {
 
 // What a hashing caller wants to hear while a file is read: whether to stop, and
-// how many bytes each read brought in (for progress and for counting the cost).
+// how many bytes each read brought in (for progress and for counting the cost);
+// and the ledger of the pages the caller's reading brings into the cache. Without
+// one, each call drops what it brought in before it returns.
 struct ReadWatch {
-  ReadWatch(const CancelToken* cancelToken = nullptr, std::function<void(int64_t)> onRead = {})
-      : cancel(cancelToken), counted(std::move(onRead)) {}
+  ReadWatch(const CancelToken* cancelToken = nullptr, std::function<void(int64_t)> onRead = {},
+            PageCacheLedger* ledger = nullptr)
+      : cancel(cancelToken), counted(std::move(onRead)), pages(ledger) {}
   const CancelToken* cancel;
   std::function<void(int64_t)> counted;
+  PageCacheLedger* pages;
 
   bool stopped() const { return cancel && cancel->isCancelled(); }
 };
@@ -28,7 +33,10 @@ struct ReadWatch {
 // An open file for reading, closed when it goes.
 class ReadableFile {
  public:
-  ReadableFile(ReadableFile&& other) noexcept : fd_(other.fd_), size_(other.size_) { other.fd_ = -1; }
+  ReadableFile(ReadableFile&& other) noexcept
+      : fd_(other.fd_), size_(other.size_), path_(std::move(other.path_)) {
+    other.fd_ = -1;
+  }
   ReadableFile(const ReadableFile&) = delete;
   ReadableFile& operator=(const ReadableFile&) = delete;
   ReadableFile& operator=(ReadableFile&&) = delete;
@@ -37,6 +45,9 @@ class ReadableFile {
   int fd() const { return fd_; }
   // The reads that follow take samples; nothing around them is wanted.
   void willSample() const;
+  // The reads that follow go through the whole file: the watch's ledger notes what
+  // was cached before the system's read-ahead brings in more than each read asks for.
+  void willReadWhole(const ReadWatch& watch) const;
   int64_t size() const { return size_; }
 
   // Reads up to buffer.size() bytes at `offset`, retrying interrupted reads; the
@@ -46,9 +57,10 @@ class ReadableFile {
 
  private:
   friend class FileFacts;
-  ReadableFile(int fd, int64_t size) : fd_(fd), size_(size) {}
+  ReadableFile(int fd, int64_t size, std::string path) : fd_(fd), size_(size), path_(std::move(path)) {}
   int fd_;
   int64_t size_;
+  std::string path_;
 };
 
 class FileFacts {

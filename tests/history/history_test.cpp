@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <filesystem>
+
 #include "kit/history/changes.h"
 #include "kit/history/history_files.h"
 #include "kit/history/trends.h"
@@ -108,6 +110,39 @@ TEST(HistoryFiles, KeepTheLastTwoHundredEntriesAndFiftyTwoSamples) {
   const auto samples = HistoryFiles::folderHistory(store);
   ASSERT_EQ(samples.size(), 52u);
   EXPECT_EQ(samples.front().date, 1.0);
+}
+
+TEST(HistoryFiles, StayTheSameSizeOnceFullHoweverManyScansFollow) {
+  testing::TempFolder dir;
+  const Store store(dir / "data");
+  // Every scan as big as a record gets: a long top-growth path, and more big
+  // folders than a sample keeps, each with a long path.
+  Snapshot snapshot;
+  for (size_t i = 0; i < 2 * Analysis::kFolderSampleLimit; ++i) {
+    snapshot.sizes["/home/ann/" + std::string(20, 'p') + std::to_string(1000 + i)] = 200'000'000'000 + int64_t(i);
+  }
+  const auto fileSize = [&](Store::File file) { return std::filesystem::file_size(store.url(file)); };
+  std::uintmax_t historyWhenFull = 0, samplesWhenFull = 0;
+  for (int scan = 1; scan <= 500; ++scan) {
+    HistoryEntry record = entry(0, 400'000'000'000, 100'000'000'000);
+    record.date = 1'790'000'000 + scan;  // same width every time: sizes compare exactly
+    record.trigger = ScanTrigger::scheduled;
+    record.topChangePath = "/home/ann/" + std::string(1000, 'x');
+    record.topChangeDelta = 5'000'000'000;
+    ASSERT_TRUE(HistoryFiles::appendHistory(store, record).ok());
+    ASSERT_TRUE(HistoryFiles::appendFolderSample(store, Analysis::folderSample(record.date, snapshot)).ok());
+    if (scan == static_cast<int>(HistoryFiles::kHistoryLimit)) {
+      historyWhenFull = fileSize(Store::File::history);
+      samplesWhenFull = fileSize(Store::File::folderHistory);
+    }
+  }
+  EXPECT_EQ(fileSize(Store::File::history), historyWhenFull);
+  EXPECT_EQ(fileSize(Store::File::folderHistory), samplesWhenFull);
+  const auto samples = HistoryFiles::folderHistory(store);
+  ASSERT_EQ(samples.size(), HistoryFiles::kFolderHistoryLimit);
+  EXPECT_EQ(samples.back().sizes.size(), Analysis::kFolderSampleLimit);
+  EXPECT_EQ(samples.back().date, 1'790'000'500);
+  EXPECT_EQ(HistoryFiles::history(store).size(), HistoryFiles::kHistoryLimit);
 }
 
 TEST(HistoryRecords, EntriesWithoutNewerFieldsStillLoad) {

@@ -1,7 +1,6 @@
 #include "kit/scan/disk_node.h"
 
 #include <gtest/gtest.h>
-#include <nlohmann/json.hpp>
 
 #include "kit/scan/scan_configuration.h"
 
@@ -47,24 +46,24 @@ TEST(DiskNodeJson, RoundTripsEveryKind) {
     child.modified = raw * 1000;
     root.children.push_back(child);
   }
-  const auto decoded = decodeDiskNode(nlohmann::json::parse(encodeJson(root)));
+  const auto decoded = decodeDiskNode(encodeJson(root));
   ASSERT_TRUE(decoded.ok()) << decoded.error();
   EXPECT_EQ(*decoded, root);
 }
 
 TEST(DiskNodeJson, MissingOptionalKeysReadAsZero) {
-  const auto decoded = decodeDiskNode(nlohmann::json::parse(R"({"size":7,"name":"x"})"));
+  const auto decoded = decodeDiskNode(R"({"size":7,"name":"x"})");
   ASSERT_TRUE(decoded.ok());
   EXPECT_EQ(*decoded, folder("x", 7, 0));
 }
 
 TEST(DiskNodeJson, RejectsUnknownKindsAnywhereInTheDocument) {
-  EXPECT_FALSE(decodeDiskNode(nlohmann::json::parse(R"({"name":"x","size":1,"kind":5})")).ok());
-  EXPECT_FALSE(decodeDiskNode(nlohmann::json::parse(
-                                  R"({"name":"x","size":1,"children":[{"name":"y","size":1,"kind":-1}]})"))
-                   .ok());
-  EXPECT_FALSE(decodeDiskNode(nlohmann::json::parse(R"({"name":"x"})")).ok());
-  EXPECT_FALSE(decodeDiskNode(nlohmann::json::parse(R"({"name":"x","size":"1"})")).ok());
+  EXPECT_FALSE(decodeDiskNode(R"({"name":"x","size":1,"kind":5})").ok());
+  EXPECT_FALSE(decodeDiskNode(R"({"name":"x","size":1,"children":[{"name":"y","size":1,"kind":-1}]})").ok());
+  EXPECT_FALSE(decodeDiskNode(R"({"name":"x","size":1,"children":{"name":"y","size":1}})").ok());
+  EXPECT_FALSE(decodeDiskNode(R"({"name":"x","size":1,"children":[{"name":"y","size":1}])").ok());
+  EXPECT_FALSE(decodeDiskNode(R"({"name":"x"})").ok());
+  EXPECT_FALSE(decodeDiskNode(R"({"name":"x","size":"1"})").ok());
 }
 
 TEST(DiskNodeLookup, ChildSkipsSmallerNodesAndNeedsAnExactName) {

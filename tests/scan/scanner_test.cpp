@@ -4,7 +4,6 @@
 #include <unistd.h>
 
 #include <gtest/gtest.h>
-#include <nlohmann/json.hpp>
 
 #include <algorithm>
 #include <mutex>
@@ -80,6 +79,29 @@ TEST(Planning, SplitPointsBundlesAndZeroSplitSeconds) {
 
   configuration.splitSeconds = 0;  // everything not a bundle is planned down to the leaves
   EXPECT_EQ(scanOrFail(configuration).taskCount, 1);
+}
+
+TEST(Planning, HowFineTheWalkIsCutStaysWithinTheLimitWhateverTheTimingsSay) {
+  // Three levels of three folders, one file in each of the 27 at the bottom.
+  TempFolder dir;
+  for (const char* a : {"a", "b", "c"}) {
+    for (const char* b : {"d", "e", "f"}) {
+      for (const char* c : {"g", "h", "i"}) testing::writeFile(dir / (std::string(a) + "/" + b + "/" + c + "/f"), 10);
+    }
+  }
+  auto configuration = configurationFor(dir);
+  configuration.splitSeconds = 0;  // as if every folder had been slow last time
+  for (const size_t limit : {size_t{1}, size_t{4}, size_t{12}}) {
+    configuration.plannedFolderLimit = limit;
+    const RawScan scan = scanOrFail(configuration);
+    EXPECT_GE(scan.taskCount, 1) << limit;
+    // The limit, plus the siblings still open on each of the three levels when it was reached.
+    EXPECT_LE(scan.taskCount, static_cast<int>(limit) + 3 * 2) << limit;
+    EXPECT_EQ(rootNode(scan, dir).files, 27) << limit;
+    EXPECT_LE(scan.timings.size(), limit + 3 * 2) << limit;
+  }
+  configuration.plannedFolderLimit = 1'000;
+  EXPECT_EQ(scanOrFail(configuration).taskCount, 0);  // all 39 folders listed by the planner
 }
 
 TEST(Planning, SlowestFirstKeepsPlanOrderAmongEqualTimings) {
@@ -211,7 +233,7 @@ TEST(Scanner, FoldersOfAnyDepthAreCounted) {
   size_t depth = 0;
   for (const DiskNode* node = &scan.tree; !node->children.empty(); node = &node->children.front()) ++depth;
   EXPECT_LE(depth, DiskNode::kDeepestLevel);
-  const auto decoded = decodeDiskNode(nlohmann::json::parse(encodeJson(scan.tree)));
+  const auto decoded = decodeDiskNode(encodeJson(scan.tree));
   ASSERT_TRUE(decoded.ok()) << decoded.error();
   EXPECT_EQ(*decoded, scan.tree);
 }

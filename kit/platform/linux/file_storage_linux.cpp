@@ -2,7 +2,9 @@
 #include <linux/fiemap.h>
 #include <linux/fs.h>
 #include <sys/ioctl.h>
+#include <sys/mman.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <cerrno>
 #include <cstring>
@@ -48,6 +50,29 @@ std::optional<int64_t> privateSize(int fd) {
     }
     if (last) return own;
   }
+}
+
+int64_t cachePageSize() {
+  static const int64_t size = ::sysconf(_SC_PAGESIZE);
+  return size;
+}
+
+// mincore on a mapping of the range: mapping reads nothing, and the kernel answers
+// for the file's pages in the cache (for files the caller owns or may write).
+std::optional<std::vector<bool>> cachedPages(int fd, int64_t offset, int64_t length) {
+  if (length <= 0) return std::vector<bool>{};
+  const int64_t page = cachePageSize();
+  const int64_t start = offset / page * page;
+  const auto span = static_cast<size_t>(offset + length - start);
+  void* mapping = ::mmap(nullptr, span, PROT_READ, MAP_SHARED, fd, start);
+  if (mapping == MAP_FAILED) return std::nullopt;
+  std::vector<unsigned char> flags((span + static_cast<size_t>(page) - 1) / static_cast<size_t>(page));
+  const bool known = ::mincore(mapping, span, flags.data()) == 0;
+  ::munmap(mapping, span);
+  if (!known) return std::nullopt;
+  std::vector<bool> cached(flags.size());
+  for (size_t i = 0; i < flags.size(); ++i) cached[i] = flags[i] & 1;
+  return cached;
 }
 
 void releaseCache(int fd, int64_t offset, int64_t length) {
