@@ -29,6 +29,10 @@ if [ "${1:-}" = --on-display ]; then
   shoot apps apps 3
   shoot docker docker 3
   shoot system-data systemData 3
+  shoot agents agents 2
+  shoot help help
+  shoot whats-new whatsNew
+  shoot profile profile 2
   kill "$pid"
   wait "$pid" 2>/dev/null || true
   exit 0
