@@ -55,6 +55,9 @@ mkdir -m 700 "$work/run"
 export HOME="$work/home" XDG_DATA_HOME="$work/data" XDG_CONFIG_HOME="$work/config" XDG_RUNTIME_DIR="$work/run"
 
 sh "$repo/scripts/screenshot-tools.sh" fixture "$work"
+# Two assistants installed, one of them already connected, for the AI Agents screen.
+mkdir -p "$HOME/.cursor" "$HOME/.codex"
+"$cli" connect cursor >/dev/null
 "$cli" --root "$HOME" >/dev/null
 # Growth for the second scan to report: a model download and an installer.
 mkdir -p "$HOME/.cache/huggingface/hub/models--acme--coder-7b/blobs" "$HOME/Downloads"

@@ -84,6 +84,7 @@ AutomationPanel::AutomationPanel(AppModel& model, QWidget* parent)
   layout->setContentsMargins(0, 0, 0, 0);
   layout->addWidget(sectionHeading("Scheduled scans", this));
   auto* scheduleRow = new QFormLayout;
+  scheduleRow->setFieldGrowthPolicy(QFormLayout::FieldsStayAtSizeHint);
   scheduleRow->addRow("Scan the disk:", schedule_);
   layout->addLayout(scheduleRow);
   layout->addWidget(scheduleState_);
@@ -100,6 +101,7 @@ AutomationPanel::AutomationPanel(AppModel& model, QWidget* parent)
                              this));
   layout->addWidget(autopilot_);
   auto* ageRow = new QFormLayout;
+  ageRow->setFieldGrowthPolicy(QFormLayout::FieldsStayAtSizeHint);
   ageRow->addRow("Move items:", age_);
   layout->addLayout(ageRow);
   layout->addWidget(preview_);

@@ -5,13 +5,21 @@
 #include <QGuiApplication>
 #include <QPlainTextEdit>
 #include <QPushButton>
+#include <QScrollBar>
+
+#include <algorithm>
 
 #include "app/model/app_model.h"
 
 namespace tallyfin::app {
 
 CopyBlock::CopyBlock(AppModel& model, const QString& what, int visibleLines, QWidget* parent)
-    : QWidget(parent), model_(model), what_(what), text_(new QPlainTextEdit(this)), copy_(new QPushButton("Copy", this)) {
+    : QWidget(parent),
+      model_(model),
+      what_(what),
+      mostLines_(visibleLines),
+      text_(new QPlainTextEdit(this)),
+      copy_(new QPushButton("Copy", this)) {
   QFont font("monospace");
   font.setStyleHint(QFont::Monospace);
   text_->setFont(font);
@@ -19,7 +27,7 @@ CopyBlock::CopyBlock(AppModel& model, const QString& what, int visibleLines, QWi
   text_->setLineWrapMode(QPlainTextEdit::NoWrap);
   text_->setTabChangesFocus(true);
   text_->setAccessibleName(what);
-  text_->setFixedHeight(text_->fontMetrics().lineSpacing() * visibleLines + 2 * text_->frameWidth() + 12);
+  setText({});
   copy_->setAccessibleName("Copy " + what);
   auto* layout = new QHBoxLayout(this);
   layout->setContentsMargins(0, 0, 0, 0);
@@ -33,7 +41,14 @@ CopyBlock::CopyBlock(AppModel& model, const QString& what, int visibleLines, QWi
   });
 }
 
-void CopyBlock::setText(const QString& text) { text_->setPlainText(text); }
+void CopyBlock::setText(const QString& text) {
+  text_->setPlainText(text);
+  // As tall as the text, up to the lines asked for; a scroll bar beyond that.
+  const int lines = std::clamp(static_cast<int>(text.count('\n')) + 1, 1, mostLines_);
+  text_->setFixedHeight(text_->fontMetrics().lineSpacing() * lines + 2 * text_->frameWidth() +
+                        2 * static_cast<int>(text_->document()->documentMargin()) +
+                        text_->horizontalScrollBar()->sizeHint().height());
+}
 
 QString CopyBlock::text() const { return text_->toPlainText(); }
 

@@ -18,7 +18,8 @@ class CopyBlock : public QWidget {
   Q_OBJECT
 
  public:
-  // `what` names the text in the notice and for screen readers ("the agent guide").
+  // `what` names the text in the notice and for screen readers ("the agent guide");
+  // the block grows with its text up to `visibleLines` lines.
   CopyBlock(AppModel& model, const QString& what, int visibleLines, QWidget* parent);
 
   void setText(const QString& text);
@@ -28,6 +29,7 @@ class CopyBlock : public QWidget {
  private:
   AppModel& model_;
   QString what_;
+  int mostLines_;
   QPlainTextEdit* text_;
   QPushButton* copy_;
 };

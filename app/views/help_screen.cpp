@@ -37,6 +37,7 @@ HelpScreen::HelpScreen(AppModel& model, QWidget* parent)
   article_->setAccessibleName("Help article");
   // Links between articles open here; nothing is fetched from anywhere.
   article_->setOpenLinks(false);
+  article_->document()->setDocumentMargin(14);
 
   auto* side = new QVBoxLayout;
   side->addWidget(search_);

@@ -29,6 +29,7 @@ NotificationPanel::NotificationPanel(AppModel& model, QWidget* parent)
   cooldown_->setRange(0, 90);
   cooldown_->setDecimals(0);
   cooldown_->setSuffix(" days");
+  cooldown_->setMinimumWidth(120);
   cooldown_->setAccessibleName("Days before the same notice may come again");
   cooldown_->setKeyboardTracking(false);
   connect(enabled_, &QCheckBox::toggled, this, [this](bool on) { change([on](auto& s) { s.enabled = on; }); });
@@ -36,6 +37,7 @@ NotificationPanel::NotificationPanel(AppModel& model, QWidget* parent)
           [this](double days) { change([days](auto& s) { s.cooldownDays = days; }); });
 
   auto* limits = new QFormLayout;
+  limits->setFieldGrowthPolicy(QFormLayout::FieldsStayAtSizeHint);
   limits->addRow("Free space falls below:", lowSpace_);
   limits->addRow("Used space grows by:", growth_);
   limits->addRow("Safe cleanup reaches:", reclaimable_);
@@ -59,6 +61,7 @@ QDoubleSpinBox* NotificationPanel::gigabytes(int64_t NotificationSettings::*fiel
   box->setRange(1, 10'000);
   box->setDecimals(1);
   box->setSuffix(" GB");
+  box->setMinimumWidth(120);
   box->setAccessibleName(accessibleName);
   // Written once the number is entered, not at every keystroke.
   box->setKeyboardTracking(false);

@@ -2,11 +2,11 @@
 
 #include <QBoxLayout>
 #include <QTextBrowser>
+#include <QTextDocument>
 
 #include "app/model/app_model.h"
 #include "app/model/help_library.h"
 #include "app/views/screen_parts.h"
-#include "app/views/text.h"
 
 namespace tallyfin::app {
 
@@ -16,10 +16,10 @@ WhatsNewScreen::WhatsNewScreen(AppModel& model, QWidget* parent)
   notes_->setOpenExternalLinks(false);
   notes_->setFrameShape(QFrame::NoFrame);
   notes_->setMarkdown(HelpLibrary::whatsNew());
+  notes_->document()->setDocumentMargin(14);
   auto* layout = new QVBoxLayout(this);
   layout->setContentsMargins(24, 18, 24, 18);
   layout->addWidget(pageTitle("What's New", this));
-  layout->addWidget(textLine("Tallyfin " + qstr(AppModel::version()), this));
   layout->addWidget(notes_, 1);
 }
 
