@@ -29,6 +29,10 @@ if [ "${1:-}" = --on-display ]; then
   shoot apps apps 3
   shoot docker docker 3
   shoot system-data systemData 3
+  shoot agents agents 2
+  shoot help help
+  shoot whats-new whatsNew
+  shoot profile profile 2
   kill "$pid"
   wait "$pid" 2>/dev/null || true
   exit 0
@@ -51,6 +55,9 @@ mkdir -m 700 "$work/run"
 export HOME="$work/home" XDG_DATA_HOME="$work/data" XDG_CONFIG_HOME="$work/config" XDG_RUNTIME_DIR="$work/run"
 
 sh "$repo/scripts/screenshot-tools.sh" fixture "$work"
+# Two assistants installed, one of them already connected, for the AI Agents screen.
+mkdir -p "$HOME/.cursor" "$HOME/.codex"
+"$cli" connect cursor >/dev/null
 "$cli" --root "$HOME" >/dev/null
 # Growth for the second scan to report: a model download and an installer.
 mkdir -p "$HOME/.cache/huggingface/hub/models--acme--coder-7b/blobs" "$HOME/Downloads"

@@ -6,6 +6,7 @@
 
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -14,6 +15,7 @@
 #include "kit/shell/scheduler.h"
 #include "kit/store/store.h"
 #include "kit/trash/trasher.h"
+#include "kit/update/release_key.h"
 
 namespace tallyfin::app {
 
@@ -26,6 +28,8 @@ struct AppEnvironment {
   std::shared_ptr<Trasher> trasher;
   // The state of the automatic scan agent for a schedule; it may ask the system.
   std::function<SchedulerState(Schedule)> scheduleState;
+  // Registers the agent of a schedule (and unregisters the other); its state then.
+  std::function<SchedulerState(Schedule)> applySchedule;
   // The volume the disk bar and the tray describe.
   std::string volume = "/";
   // Where the disk tools look: the folders apps are installed in, and the places a
@@ -33,6 +37,17 @@ struct AppEnvironment {
   std::vector<std::string> applicationFolders;
   std::vector<std::string> dockerPlaces;
   std::vector<std::string> flatpakPlaces;
+  // The command-line tool the AI assistants are told to start as the MCP server.
+  std::string commandLineTool;
+  // Where newer releases are announced, and the key that must have signed them;
+  // none: this build's own feed and the release key.
+  struct UpdateFeed {
+    std::string url;
+    PublicKey key = kReleasePublicKey;
+  };
+  std::optional<UpdateFeed> updateFeed;
+  // Where a newer release's package is downloaded to.
+  std::string downloadFolder;
 
   // This user's home, data folder, preferences, Trash and timers; the whole disk.
   static AppEnvironment forThisUser();

@@ -14,8 +14,14 @@ AppModel::AppModel(AppEnvironment environment, QObject* parent)
       environment_(std::move(environment)),
       scanner_(environment_),
       trash_(environment_.home, TrashService(environment_.home, environment_.store, environment_.trasher)),
-      tools_(environment_) {
+      tools_(environment_),
+      agents_(environment_.home, environment_.commandLineTool),
+      updates_(environment_.preferences, environment_.updateFeed, environment_.downloadFolder) {
   const Preferences& preferences = environment_.preferences;
+  schedule_ = preferences.schedule();
+  autopilot_ = preferences.autopilot();
+  notificationSettings_ = preferences.notificationSettings();
+  whatsNewUnread_ = preferences.whatsNewSeen() != version();
   showMenuBar_ = preferences.flag(Preferences::Flag::menuBarShow);
   menuBarShowsFree_ = preferences.flag(Preferences::Flag::menuBarShowFree);
   hideDockWhenClosed_ = preferences.flag(Preferences::Flag::menuBarHideDock);
@@ -32,12 +38,87 @@ AppModel::AppModel(AppEnvironment environment, QObject* parent)
   trash_.onRemovedChange = [this] { recomputeDerived(); };
   trash_.onMoved = [this](const std::vector<std::string>& moved) { setSelected(moved, false); };
   trash_.onNotice = [this](const std::string& text, bool success) { setNotice(text, success); };
+  agents_.onNotice = [this](const std::string& text, bool success) { setNotice(text, success); };
 }
+
+std::string_view AppModel::version() { return TALLYFIN_VERSION; }
 
 void AppModel::setRoute(Route route) {
   if (route == route_) return;
   route_ = route;
   emit routeChanged(route);
+  if (route == Route::whatsNew) markWhatsNewSeen();
+}
+
+void AppModel::setHelpTopic(std::string topic) {
+  if (topic == helpTopic_) return;
+  helpTopic_ = std::move(topic);
+  emit helpTopicChanged();
+}
+
+void AppModel::openHelp(std::string topic) {
+  setHelpTopic(std::move(topic));
+  setRoute(Route::help);
+}
+
+void AppModel::markWhatsNewSeen() {
+  if (!whatsNewUnread_) return;
+  whatsNewUnread_ = false;
+  emit whatsNewChanged();
+  writePreference([](const Preferences& p) { return p.setWhatsNewSeen(std::string(version())); });
+}
+
+void AppModel::setSchedule(Schedule schedule) {
+  if (schedule == schedule_ || applyingSchedule_) return;
+  const Schedule before = schedule_;
+  schedule_ = schedule;
+  applyingSchedule_ = true;
+  emit settingsChanged();
+  struct Applied {
+    Status saved;
+    SchedulerState state;
+  };
+  offMainThread(
+      this,
+      [environment = environment_, schedule] {
+        Applied applied{environment.preferences.setSchedule(schedule), {}};
+        // The timer follows the saved choice only: a scheduled scan reads the preference.
+        if (applied.saved) {
+          applied.state = environment.applySchedule ? environment.applySchedule(schedule) : SchedulerState{};
+        }
+        return applied;
+      },
+      [this, before](Applied applied) {
+        applyingSchedule_ = false;
+        if (!applied.saved) {
+          setNotice(applied.saved.error().message, false);
+          schedule_ = before;
+        } else {
+          scheduleState_ = std::move(applied.state);
+        }
+        emit settingsChanged();
+        emit systemStateChanged();
+      });
+}
+
+void AppModel::setAutopilot(const AutopilotSettings& settings) {
+  if (settings == autopilot_) return;
+  autopilot_ = settings;
+  emit settingsChanged();
+  writePreference([settings](const Preferences& p) { return p.setAutopilot(settings); });
+}
+
+std::vector<CleanupItem> AppModel::autopilotPreview(const AutopilotSettings& settings, double now) const {
+  AutopilotSettings on = settings;
+  on.enabled = true;
+  return Autopilot::select(cleanup_, keep_, on, now);
+}
+
+void AppModel::setNotificationSettings(const NotificationSettings& settings) {
+  if (settings == notificationSettings_) return;
+  notificationSettings_ = settings;
+  emit settingsChanged();
+  writePreference([settings](const Preferences& p) { return p.setNotificationSettings(settings); });
 }
 
 void AppModel::toggle(const std::string& path) { setSelected({path}, !selection_.contains(path)); }

@@ -13,11 +13,13 @@
 #include <utility>
 #include <vector>
 
+#include "app/model/agent_connections.h"
 #include "app/model/app_environment.h"
 #include "app/model/route.h"
 #include "app/model/scan_controller.h"
 #include "app/model/tool_results.h"
 #include "app/model/trash_coordinator.h"
+#include "app/model/update_model.h"
 #include "kit/cleanup/cleanup_item.h"
 #include "kit/shell/scheduler.h"
 
@@ -35,8 +37,13 @@ class AppModel : public QObject {
   TrashCoordinator& trash() { return trash_; }
   const TrashCoordinator& trash() const { return trash_; }
   ToolResults& tools() { return tools_; }
+  AgentConnections& agents() { return agents_; }
+  UpdateModel& updates() { return updates_; }
+  // This version of Tallyfin, "0.1.0".
+  static std::string_view version();
   const std::string& home() const { return environment_.home; }
   const Store& store() const { return environment_.store; }
+  const std::string& preferencesFile() const { return environment_.preferences.file(); }
 
   Route route() const { return route_; }
   void setRoute(Route route);
@@ -57,6 +64,19 @@ class AppModel : public QObject {
   void setCleanupFilter(std::optional<Safety> safety, std::optional<CleanupCategory> category);
 
   const std::optional<SchedulerState>& scheduleState() const { return scheduleState_; }
+  Schedule schedule() const { return schedule_; }
+  // Saves the schedule and registers its timer off the main thread; the state follows.
+  void setSchedule(Schedule schedule);
+  bool isApplyingSchedule() const { return applyingSchedule_; }
+
+  const AutopilotSettings& autopilot() const { return autopilot_; }
+  void setAutopilot(const AutopilotSettings& settings);
+  // What Autopilot would move if it ran now with `settings` turned on: the listed
+  // suggestions it picks, so the user sees the effect of an age before choosing it.
+  std::vector<CleanupItem> autopilotPreview(const AutopilotSettings& settings, double now) const;
+
+  const NotificationSettings& notificationSettings() const { return notificationSettings_; }
+  void setNotificationSettings(const NotificationSettings& settings);
   bool fullDiskAccessNow() const { return fullDiskAccessNow_; }
 
   bool showMenuBar() const { return showMenuBar_; }
@@ -67,6 +87,16 @@ class AppModel : public QObject {
   void setHideDockWhenClosed(bool hide);
   Appearance appearance() const { return appearance_; }
   void setAppearance(Appearance appearance);
+
+  // The help article shown, by its name ("trash-and-undo").
+  const std::string& helpTopic() const { return helpTopic_; }
+  void setHelpTopic(std::string topic);
+  // Shows the help screen at an article.
+  void openHelp(std::string topic);
+
+  // The release notes of this version have not been opened yet.
+  bool whatsNewUnread() const { return whatsNewUnread_; }
+  void markWhatsNewSeen();
 
   // The first window has appeared.
   bool launched() const { return launched_; }
@@ -124,6 +154,10 @@ class AppModel : public QObject {
   void launchedChanged();
   void noticeChanged();
   void projectsFilterChanged();
+  // The schedule, Autopilot or notification settings changed.
+  void settingsChanged();
+  void helpTopicChanged();
+  void whatsNewChanged();
 
  private:
   void refreshSystemState();
@@ -138,6 +172,8 @@ class AppModel : public QObject {
   ScanController scanner_;
   TrashCoordinator trash_;
   ToolResults tools_;
+  AgentConnections agents_;
+  UpdateModel updates_;
   Route route_ = Route::overview;
   std::set<std::string> selection_;
   std::set<std::string> keep_;
@@ -145,6 +181,12 @@ class AppModel : public QObject {
   std::optional<Safety> cleanupSafety_;
   std::optional<CleanupCategory> cleanupCategory_;
   std::optional<SchedulerState> scheduleState_;
+  Schedule schedule_ = Schedule::off;
+  bool applyingSchedule_ = false;
+  AutopilotSettings autopilot_;
+  NotificationSettings notificationSettings_;
+  std::string helpTopic_;
+  bool whatsNewUnread_ = false;
   bool fullDiskAccessNow_ = true;
   bool showMenuBar_ = true;
   bool menuBarShowsFree_ = true;

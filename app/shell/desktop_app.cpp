@@ -30,6 +30,7 @@ void DesktopApp::start(const LaunchOptions& options) {
   if (options.route) model_.setRoute(*options.route);
   window_.show();
   model_.scanner().load();
+  model_.updates().checkIfDue();
 }
 
 void DesktopApp::follow(const LaunchOptions& options) {

@@ -1,10 +1,17 @@
 #include "app/tests/app_home.h"
 
+#include <unistd.h>
+
 #include <stdexcept>
 
 #include "tests/support/process.h"
 
 namespace tallyfin::app::testing {
+namespace {
+
+constexpr const char* kSystemctl = "/usr/bin/systemctl";
+
+}  // namespace
 
 using tallyfin::testing::allocateFile;
 
@@ -19,7 +26,18 @@ AppHome::AppHome() {
   tallyfin::testing::setMode(home_ / "run", 0700);
 }
 
+platform::LaunchAgents::Setup AppHome::agents() const {
+  platform::LaunchAgents::Setup setup;
+  setup.unitFolder = home_ / ".config/systemd/user";
+  setup.executable = TALLYFIN_APP_BINARY;
+  if (::access(kSystemctl, X_OK) == 0) setup.systemctl = kSystemctl;
+  setup.environment = childEnvironment();
+  setup.environment.push_back("LC_ALL=C");
+  return setup;
+}
+
 AppEnvironment AppHome::environment() const {
+  const Scheduler scheduler{platform::LaunchAgents(agents())};
   ScanConfiguration configuration = ScanConfiguration::wholeDisk(path());
   configuration.root = path();
   configuration.displayRoot = path();
@@ -29,11 +47,15 @@ AppEnvironment AppHome::environment() const {
                         configuration,
                         {},
                         systemTrasher(path()),
-                        [](Schedule) { return SchedulerState{}; },
+                        [scheduler](Schedule schedule) { return scheduler.state(schedule); },
+                        [scheduler](Schedule schedule) { return scheduler.apply(schedule); },
                         path(),
                         {home_ / "Applications"},
                         {},
-                        {}};
+                        {},
+                        TALLYFIN_BINARY,
+                        std::nullopt,
+                        home_ / ".cache/Tallyfin"};
 }
 
 std::vector<std::string> AppHome::childEnvironment() const {

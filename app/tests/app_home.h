@@ -27,9 +27,13 @@ class AppHome {
   std::string operator/(const std::string& relative) const { return home_ / relative; }
   std::string trashFiles() const { return home_.trashFiles(); }
   Store store() const { return home_.store(); }
-  // The whole home folder as the scan root; no tool probes; no scheduler; apps
-  // only in ~/Applications; no docker and no flatpak command.
+  // The whole home folder as the scan root; no tool probes; timers in this home's
+  // own unit folder (through the real systemctl, which reaches no service manager
+  // from here); apps only in ~/Applications; no docker and no flatpak command; the
+  // command line as the MCP server; downloads into this home's cache folder.
   AppEnvironment environment() const;
+  // The timers' setup: this home's unit folder, and the app as what they start.
+  platform::LaunchAgents::Setup agents() const;
   // The environment a child process (the command line) gets: this home's folders.
   std::vector<std::string> childEnvironment() const;
   // Runs `tallyfin --root HOME`: another process writing a new report.

@@ -209,7 +209,8 @@ TEST_F(OpenWindow, TheBusyMessageShowsWhileAnotherProcessScans) {
 
 TEST_F(OpenWindow, EveryControlOfTheBuiltScreensHasAnAccessibleName) {
   for (const Route route : {Route::overview, Route::cleanup, Route::largeFiles, Route::history, Route::aiModels,
-                            Route::projects, Route::duplicates, Route::apps, Route::docker, Route::systemData}) {
+                            Route::projects, Route::duplicates, Route::apps, Route::docker, Route::systemData,
+                            Route::agents, Route::help, Route::whatsNew, Route::profile}) {
     model.setRoute(route);
   }
   std::vector<QWidget*> controls;

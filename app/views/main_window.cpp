@@ -1,6 +1,5 @@
 #include "app/views/main_window.h"
 
-#include <QAbstractButton>
 #include <QAction>
 #include <QActionGroup>
 #include <QApplication>
@@ -9,12 +8,12 @@
 #include <QLabel>
 #include <QListWidget>
 #include <QMenuBar>
-#include <QMessageBox>
 #include <QProgressBar>
 #include <QStackedWidget>
 #include <QStatusBar>
 
 #include "app/model/app_model.h"
+#include "app/views/forget_confirmation.h"
 #include "app/views/notice_banner.h"
 #include "app/views/scan_panel.h"
 #include "app/views/text.h"
@@ -80,6 +79,8 @@ MainWindow::MainWindow(AppModel& model, ScreenRegistry screens, QWidget* parent)
     if (row >= 0) model_.setRoute(kRoutes[static_cast<size_t>(row)]);
   });
   connect(&model_, &AppModel::routeChanged, this, &MainWindow::showRoute);
+  connect(&model_, &AppModel::whatsNewChanged, this, &MainWindow::markWhatsNew);
+  markWhatsNew();
   connect(&model_.scanner(), &ScanController::progressChanged, this, &MainWindow::showScanStatus);
   connect(&model_.scanner(), &ScanController::scanningChanged, this, &MainWindow::showScanStatus);
   showRoute(model_.route());
@@ -93,7 +94,7 @@ void MainWindow::buildMenus() {
   cancel_ = file->addAction("&Cancel Scan", &model_.scanner(), &ScanController::cancelScan);
   cancel_->setShortcut(QKeySequence(Qt::Key_Escape));
   file->addSeparator();
-  file->addAction("&Forget All Scans\u2026", this, &MainWindow::confirmForget);
+  file->addAction("&Delete Scan Data\u2026", this, [this] { confirmDeleteScanData(model_, this); });
   file->addSeparator();
   QAction* quit = file->addAction("&Quit", qApp, &QApplication::quit);
   quit->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_Q));
@@ -152,6 +153,17 @@ void MainWindow::showRoute(Route route) {
   setWindowTitle(qstr(label(route)) + " \u2014 Tallyfin");
 }
 
+void MainWindow::markWhatsNew() {
+  QListWidgetItem* item = sidebar_->item(position(Route::whatsNew));
+  const bool unread = model_.whatsNewUnread();
+  QFont font = item->font();
+  font.setBold(unread);
+  item->setFont(font);
+  // A dot, not only the weight, so it shows in any style and reads out.
+  item->setText(qstr(label(Route::whatsNew)) + (unread ? QString::fromUtf8("  \u25cf") : QString()));
+  item->setData(Qt::AccessibleTextRole, qstr(label(Route::whatsNew)) + (unread ? ", not read yet" : ""));
+}
+
 void MainWindow::showScanStatus() {
   const auto& progress = model_.scanner().progress();
   scanBar_->setVisible(progress.has_value());
@@ -163,19 +175,6 @@ void MainWindow::showScanStatus() {
   }
   scanBar_->setValue(static_cast<int>(progress->fraction() * 1000));
   scanStatus_->setText(progressText(*progress, model_.home()));
-}
-
-void MainWindow::confirmForget() {
-  auto* ask = new QMessageBox(QMessageBox::Question, "Forget All Scans",
-                              "Forget all scans? This removes the saved report, the history chart and the change "
-                              "tracking. The keep list and the Trash journal stay.",
-                              QMessageBox::Cancel, this);
-  ask->addButton("Forget", QMessageBox::DestructiveRole);
-  ask->setAttribute(Qt::WA_DeleteOnClose);
-  connect(ask, &QMessageBox::buttonClicked, this, [this, ask](QAbstractButton* button) {
-    if (ask->buttonRole(button) == QMessageBox::DestructiveRole) model_.scanner().deleteData();
-  });
-  ask->open();
 }
 
 void MainWindow::bringToFront() {

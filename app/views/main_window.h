@@ -44,7 +44,8 @@ class MainWindow : public QMainWindow {
   void showRoute(Route route);
   void buildMenus();
   void showScanStatus();
-  void confirmForget();
+  // Marks the sidebar's What's New until its page is seen.
+  void markWhatsNew();
 
   AppModel& model_;
   ScreenRegistry screens_;

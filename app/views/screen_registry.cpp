@@ -1,16 +1,20 @@
 #include "app/views/screen_registry.h"
 
+#include "app/views/agents_screen.h"
 #include "app/views/ai_models_screen.h"
 #include "app/views/apps_screen.h"
 #include "app/views/cleanup_screen.h"
 #include "app/views/docker_screen.h"
 #include "app/views/duplicates_screen.h"
+#include "app/views/help_screen.h"
 #include "app/views/history_screen.h"
 #include "app/views/large_files_screen.h"
 #include "app/views/overview_screen.h"
 #include "app/views/placeholder_screen.h"
+#include "app/views/profile_screen.h"
 #include "app/views/projects_screen.h"
 #include "app/views/system_data_screen.h"
+#include "app/views/whats_new_screen.h"
 
 namespace tallyfin::app {
 namespace {
@@ -34,6 +38,10 @@ ScreenRegistry ScreenRegistry::standard() {
   registry.add(Route::apps, factory<AppsScreen>());
   registry.add(Route::docker, factory<DockerScreen>());
   registry.add(Route::systemData, factory<SystemDataScreen>());
+  registry.add(Route::agents, factory<AgentsScreen>());
+  registry.add(Route::help, factory<HelpScreen>());
+  registry.add(Route::whatsNew, factory<WhatsNewScreen>());
+  registry.add(Route::profile, factory<ProfileScreen>());
   return registry;
 }
 

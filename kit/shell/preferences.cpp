@@ -220,6 +220,10 @@ Status Preferences::setLanguage(Language language) const {
   });
 }
 
+std::string Preferences::whatsNewSeen() const { return read<std::string>("whatsNew.seen").value_or(""); }
+
+Status Preferences::setWhatsNewSeen(const std::string& version) const { return set("whatsNew.seen", version); }
+
 std::optional<double> Preferences::lastUpdateCheck() const { return read<double>("updates.lastCheck"); }
 
 Status Preferences::setLastUpdateCheck(double when) const { return set("updates.lastCheck", when); }

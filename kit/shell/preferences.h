@@ -76,6 +76,10 @@ class Preferences {
   std::optional<double> lastUpdateCheck() const;
   Status setLastUpdateCheck(double when) const;
 
+  // The version whose release notes the user has opened; empty before the first.
+  std::string whatsNewSeen() const;
+  Status setWhatsNewSeen(const std::string& version) const;
+
   // The release the user chose not to hear about again; empty for none.
   std::string skippedVersion() const;
   Status setSkippedVersion(const std::string& version) const;

@@ -60,7 +60,8 @@ bool matches(const std::string& path, int64_t size, const std::string& sha256) {
 
 Expected<DownloadedPackage, Error> DownloadedPackage::fetch(const ReleaseFeed& release,
                                                             const std::string& folder,
-                                                            double timeoutSeconds) {
+                                                            double timeoutSeconds,
+                                                            std::function<bool(int64_t)> keepGoing) {
   const std::string& url = release.packageUrl;
   const auto name = fileNameOf(url);
   if (!name) {
@@ -72,7 +73,7 @@ Expected<DownloadedPackage, Error> DownloadedPackage::fetch(const ReleaseFeed& r
     return DownloadedPackage(path, release, true);
 
   const std::string size = std::to_string(release.packageSize) + " bytes";
-  auto bytes = fetchText(url, {release.packageSize, timeoutSeconds, false}, "the package");
+  auto bytes = fetchText(url, {release.packageSize, timeoutSeconds, false}, "the package", keepGoing);
   if (!bytes) {
     if (bytes.error().reason == FetchError::Reason::tooLarge) {
       return fail(Error{"The package at " + url + " is larger than the " + size +

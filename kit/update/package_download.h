@@ -4,6 +4,7 @@
 // kept only when its size and SHA-256 are the ones the signed feed names.
 
 #include <cstdint>
+#include <functional>
 #include <string>
 
 #include "kit/base/error.h"
@@ -15,9 +16,11 @@ class DownloadedPackage {
  public:
   // Fetches the package of `release` into `folder` (made 0700 when missing). A
   // file already there that matches is kept as it is; nothing that does not match
-  // is ever written.
+  // is ever written. `keepGoing`, when given, hears the bytes received and may stop
+  // the download.
   static Expected<DownloadedPackage, Error> fetch(const ReleaseFeed& release,
-                                                  const std::string& folder, double timeoutSeconds);
+                                                  const std::string& folder, double timeoutSeconds,
+                                                  std::function<bool(int64_t received)> keepGoing = {});
 
   const std::string& path() const { return path_; }
   const std::string& version() const { return version_; }

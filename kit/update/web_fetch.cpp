@@ -19,7 +19,16 @@ struct Transfer {
   int64_t maxBytes;
   std::string body;
   bool overCap = false;
+  const std::function<bool(int64_t)>* keepGoing = nullptr;
+  bool cancelled = false;
 };
+
+int watch(void* user, curl_off_t, curl_off_t, curl_off_t, curl_off_t) {
+  auto& transfer = *static_cast<Transfer*>(user);
+  if ((*transfer.keepGoing)(static_cast<int64_t>(transfer.body.size()))) return 0;
+  transfer.cancelled = true;
+  return 1;
+}
 
 // Bodies without an announced length are held to the cap as they arrive.
 size_t receive(char* data, size_t size, size_t count, void* user) {
@@ -52,6 +61,7 @@ std::string seconds(double value) {
 FetchError explain(CURLcode code, CURL* curl, const Transfer& transfer, const FetchLimits& limits,
                    const std::string& what, const std::string& url) {
   const std::string at = what + " at " + url;
+  if (transfer.cancelled) return {Reason::cancelled, "The download of " + at + " was cancelled."};
   if (transfer.overCap || code == CURLE_FILESIZE_EXCEEDED) {
     return {Reason::tooLarge, sentenceStart(at) + " is larger than " +
                                   Format::bytes(limits.maxBytes) + " — it was not kept."};
@@ -99,7 +109,8 @@ FetchError explain(CURLcode code, CURL* curl, const Transfer& transfer, const Fe
 }  // namespace
 
 Expected<std::string, FetchError> fetchText(std::string_view url, const FetchLimits& limits,
-                                            std::string_view what) {
+                                            std::string_view what,
+                                            const std::function<bool(int64_t)>& keepGoing) {
   const auto address = FetchAddress::check(url);
   if (!address) return fail(FetchError{Reason::refused, address.error().message});
   initialiseOnce();
@@ -128,6 +139,12 @@ Expected<std::string, FetchError> fetchText(std::string_view url, const FetchLim
   curl_easy_setopt(handle, CURLOPT_USERAGENT, agent.c_str());
   curl_easy_setopt(handle, CURLOPT_WRITEFUNCTION, &receive);
   curl_easy_setopt(handle, CURLOPT_WRITEDATA, &transfer);
+  if (keepGoing) {
+    transfer.keepGoing = &keepGoing;
+    curl_easy_setopt(handle, CURLOPT_XFERINFOFUNCTION, &watch);
+    curl_easy_setopt(handle, CURLOPT_XFERINFODATA, &transfer);
+    curl_easy_setopt(handle, CURLOPT_NOPROGRESS, 0L);
+  }
   const CURLcode code = curl_easy_perform(handle);
   if (code != CURLE_OK) {
     return fail(explain(code, handle, transfer, limits, std::string(what), address->url));

@@ -4,6 +4,7 @@
 // limit, a size cap, and redirects followed only to https addresses.
 
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <string_view>
 
@@ -30,6 +31,7 @@ struct FetchError {
     incomplete,
     httpStatus,
     redirect,
+    cancelled,
     other
   };
   Reason reason = Reason::other;
@@ -37,8 +39,11 @@ struct FetchError {
 };
 
 // The body of `url`, named `what` ("the release feed") in messages. Nothing is
-// connected to when the address is refused.
+// connected to when the address is refused. `keepGoing`, when given, is told the
+// bytes received so far as they arrive (and about once a second while none do);
+// false stops the transfer, as Cancel does.
 Expected<std::string, FetchError> fetchText(std::string_view url, const FetchLimits& limits,
-                                            std::string_view what);
+                                            std::string_view what,
+                                            const std::function<bool(int64_t received)>& keepGoing = {});
 
 }  // namespace tallyfin

@@ -139,6 +139,30 @@ TEST(WebFetch, AServerThatNeverAnswersRunsIntoTheTimeLimit) {
   EXPECT_TRUE(mentions(fetched.error(), "did not arrive within 1 s")) << fetched.error().message;
 }
 
+TEST(WebFetch, AWatcherHearsTheBytesAndCanStopTheTransfer) {
+  testing::LocalWebServer server;
+  const std::string body(600, 'x');
+  server.serve("/whole", body);
+  int64_t heard = 0;
+  const auto fetched = fetchText(server.url("/whole"), kSmall, "the package", [&](int64_t received) {
+    heard = received;
+    return true;
+  });
+  ASSERT_TRUE(fetched.ok()) << fetched.error().message;
+  EXPECT_EQ(*fetched, body);
+  EXPECT_EQ(heard, 600);
+
+  // Stopped while the server says nothing, long before the time limit of 30 s.
+  server.serve("/silent", Answer{"", 200, Answer::Kind::stall});
+  const auto started = std::chrono::steady_clock::now();
+  const auto stopped = fetchText(server.url("/silent"), {1'000, 30, true}, "the package", [&](int64_t) {
+    return std::chrono::steady_clock::now() - started < std::chrono::milliseconds(200);
+  });
+  ASSERT_FALSE(stopped.ok());
+  EXPECT_EQ(stopped.error().reason, Reason::cancelled);
+  EXPECT_EQ(stopped.error().message, "The download of the package at " + server.url("/silent") + " was cancelled.");
+}
+
 TEST(WebFetch, ErrorStatusesAndClosedPortsSayWhatHappened) {
   testing::LocalWebServer server;
   const auto missing = fetchText(server.url("/nothing"), kSmall, "the release signature");
