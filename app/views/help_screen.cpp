@@ -6,6 +6,7 @@
 #include <QListWidget>
 #include <QTextBrowser>
 #include <QTextDocument>
+#include <QToolButton>
 
 #include <algorithm>
 
@@ -30,6 +31,7 @@ HelpScreen::HelpScreen(AppModel& model, QWidget* parent)
   search_->setPlaceholderText("Search help");
   search_->setClearButtonEnabled(true);
   search_->setAccessibleName("Search the help articles");
+  for (QToolButton* clear : search_->findChildren<QToolButton*>()) clear->setAccessibleName("Clear the search");
   topics_->setAccessibleName("Help articles");
   topics_->setFixedWidth(250);
   empty_->setObjectName("noMatch");
