@@ -26,6 +26,7 @@
 #include "cli/trash_command.h"
 #include "cli/update_command.h"
 #include "kit/base/clock.h"
+#include "kit/base/text.h"
 #include "kit/cleanup/keep_list.h"
 #include "kit/platform/launch_agents.h"
 #include "kit/platform/user_folders.h"
@@ -63,7 +64,8 @@ int printSummary(const cli::Options& options, const Store& store, const ScanRepo
   const auto kept = KeepList::paths(store);
   const double now = secondsSinceEpoch();
   const cli::SummaryInput input{report, kept, static_cast<size_t>(options.top), now,
-                                options.json ? std::vector<TrashBatch>{} : movedSince(store, home, since, now)};
+                                options.json ? std::vector<TrashBatch>{} : movedSince(store, home, since, now),
+                                options.store ? " --store " + shellQuoted(*options.store) : ""};
   const std::string text =
       options.json ? cli::jsonSummary(input).dump(2) + "\n" : cli::textSummary(input);
   std::fwrite(text.data(), 1, text.size(), stdout);

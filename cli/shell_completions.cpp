@@ -91,7 +91,7 @@ std::string fishQuoted(std::string_view text) {
 std::string bashCompletion() {
   std::string script = "# bash completion for tallyfin\n" + std::string(kHeader) +
                        "_tallyfin() {\n"
-                       "    local cur=${COMP_WORDS[COMP_CWORD]} prev= command= word options\n"
+                       "    local cur=${COMP_WORDS[COMP_CWORD]} prev= subcommand= word options\n"
                        "    (( COMP_CWORD > 0 )) && prev=${COMP_WORDS[COMP_CWORD-1]}\n"
                        "    case $prev in\n"
                        "        " + valueOptions(Completes::folders) + ") COMPREPLY=($(compgen -d -- \"$cur\")); return ;;\n"
@@ -99,10 +99,10 @@ std::string bashCompletion() {
                        "    esac\n"
                        "    for word in \"${COMP_WORDS[@]:1:COMP_CWORD-1}\"; do\n"
                        "        case $word in\n"
-                       "            " + commandPattern() + ") command=$word; break ;;\n"
+                       "            " + commandPattern() + ") subcommand=$word; break ;;\n"
                        "        esac\n"
                        "    done\n"
-                       "    case $command in\n";
+                       "    case $subcommand in\n";
   std::string scanOptions;
   for (const auto& command : commandTable()) {
     if (command.name.empty()) {
@@ -124,7 +124,7 @@ std::string bashCompletion() {
             "        COMPREPLY=($(compgen -W \"$options\" -- \"$cur\"))\n"
             "        return\n"
             "    fi\n"
-            "    case $command in\n"
+            "    case $subcommand in\n"
             "        '') COMPREPLY=($(compgen -W " + singleQuoted(commandWords) + " -- \"$cur\")) ;;\n";
   for (const auto& command : commandTable()) {
     if (command.name.empty()) continue;
@@ -153,11 +153,11 @@ std::string bashCompletion() {
 std::string zshCompletion() {
   std::string script = "#compdef tallyfin\n# zsh completion for tallyfin\n" + std::string(kHeader) +
                        "_tallyfin() {\n"
-                       "  local command word\n"
+                       "  local subcommand word\n"
                        "  local -a entries\n"
                        "  for word in ${words[2,CURRENT-1]}; do\n"
                        "    case $word in\n"
-                       "      (" + commandPattern() + ") command=$word; break ;;\n"
+                       "      (" + commandPattern() + ") subcommand=$word; break ;;\n"
                        "    esac\n"
                        "  done\n"
                        "  case ${words[CURRENT-1]} in\n"
@@ -165,7 +165,7 @@ std::string zshCompletion() {
                        "    (" + valueOptions(Completes::nothing) + ") _message 'a value'; return ;;\n"
                        "  esac\n"
                        "  if [[ ${words[CURRENT]} == -* ]]; then\n"
-                       "    case $command in\n";
+                       "    case $subcommand in\n";
   for (const auto& command : commandTable()) {
     auto options = optionsOf(command);
     if (command.name.empty()) {
@@ -181,7 +181,7 @@ std::string zshCompletion() {
             "    _describe -t options option entries\n"
             "    return\n"
             "  fi\n"
-            "  case $command in\n"
+            "  case $subcommand in\n"
             "    ('') entries=(";
   for (const auto& command : commandTable()) {
     if (!command.name.empty() && !command.name.starts_with("--")) {

@@ -55,8 +55,9 @@ std::string seconds(double value) {
 std::string nextSteps(const SummaryInput& input) {
   const size_t count = input.report.items.size();
   std::string out = "\nNext: tallyfin --no-scan --top " + std::to_string(std::max<size_t>(count, 1)) +
-                    " lists every suggestion (--json for scripts);\n"
-                    "      tallyfin-app moves the ones you choose to the Trash, undoably.\n";
+                    input.storeArgument +
+                    "\n      lists every suggestion (--json for scripts); tallyfin-app moves the ones\n"
+                    "      you choose to the Trash, undoably.\n";
   if (input.movedSinceLastScan.empty()) return out;
   size_t items = 0;
   int64_t bytes = 0;
@@ -67,7 +68,8 @@ std::string nextSteps(const SummaryInput& input) {
   const size_t batches = input.movedSinceLastScan.size();
   out += "Moved to the Trash since the last scan: " + std::to_string(items) + (items == 1 ? " item (" : " items (") +
          Format::bytes(bytes) + ") in " + std::to_string(batches) + (batches == 1 ? " batch" : " batches") +
-         ".\n      Put the newest back with: tallyfin undo (tallyfin trash lists them)\n";
+         ".\n      Put the newest back with: tallyfin undo" + input.storeArgument +
+         "\n      (tallyfin trash lists every batch)\n";
   return out;
 }
 

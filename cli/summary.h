@@ -18,6 +18,7 @@ struct SummaryInput {
   size_t top;                         // entries per list
   double now;
   std::vector<TrashBatch> movedSinceLastScan = {};  // for the undo hint
+  std::string storeArgument = {};                   // " --store DIR" when not the standard folder
 };
 
 // The disk_status object with the first suggestions and biggest folders.

@@ -82,6 +82,9 @@ TEST_F(TallyfinCli, ScansAFolderAndPrintsASummary) {
   for (std::string line; std::getline(lines, line);) {
     EXPECT_LE(line.size(), 80u + 8u) << line;  // 80 columns, a few multi-byte characters
   }
+  // The next step reads the same data folder.
+  EXPECT_NE(result.out.find("\nNext: tallyfin --no-scan --top 2 --store " + dataDir() + "\n"), std::string::npos)
+      << result.out;
 }
 
 TEST_F(TallyfinCli, JsonSummaryHasTheStatusKeysAndTopEntries) {

@@ -157,7 +157,7 @@ TEST_F(TrashCommands, TheSummaryEndsWithNextStepsAndTheUndoOfWhatMovedSinceTheLa
   ASSERT_EQ(second.exitCode, 0) << second.err;
   EXPECT_NE(second.out.find("\nNext: tallyfin --no-scan --top "), std::string::npos) << second.out;
   EXPECT_NE(second.out.find("Moved to the Trash since the last scan: 2 items (3.00 KB) in 1 batch.\n"
-                            "      Put the newest back with: tallyfin undo (tallyfin trash lists them)\n"),
+                            "      Put the newest back with: tallyfin undo\n"),
             std::string::npos)
       << second.out;
 

@@ -61,7 +61,7 @@ function structured(result) {
 try {
   await withClient(async (client) => {
     assert.equal(client.getServerVersion().name, "tallyfin");
-    assert.match(client.getInstructions(), /^Tallyfin maps a Mac's disk/);
+    assert.match(client.getInstructions(), /^Tallyfin maps this computer's disk/);
 
     const { tools } = await client.listTools();
     assert.equal(tools.length, 15);
