@@ -10,13 +10,13 @@ namespace tallyfin::app {
 
 QString PlaceholderScreen::plan(Route route) {
   switch (route) {
-    case Route::map: return "A map of the scanned disk \u2014 sunburst, treemap or city \u2014 to open any folder.";
     case Route::agents: return "AI assistants connected to Tallyfin's MCP server.";
     case Route::help: return "How Tallyfin decides what is Safe, and how to get things back.";
     case Route::whatsNew: return "What changed in this version.";
     case Route::profile: return "The schedule of automatic scans, Autopilot and notification limits.";
     case Route::overview:
     case Route::cleanup:
+    case Route::map:
     case Route::largeFiles:
     case Route::history:
     case Route::aiModels:
@@ -31,13 +31,13 @@ QString PlaceholderScreen::plan(Route route) {
 
 QString PlaceholderScreen::commandToday(Route route) {
   switch (route) {
-    case Route::map: return "tallyfin --no-scan --json (and the MCP tool biggest_folders)";
     case Route::agents: return "tallyfin clients, tallyfin connect CLIENT";
     case Route::help: return "tallyfin --help";
     case Route::whatsNew: return "the README";
     case Route::profile: return "tallyfin schedule, tallyfin autopilot";
     case Route::overview:
     case Route::cleanup:
+    case Route::map:
     case Route::largeFiles:
     case Route::history:
     case Route::aiModels:

@@ -7,6 +7,7 @@
 #include "app/views/duplicates_screen.h"
 #include "app/views/history_screen.h"
 #include "app/views/large_files_screen.h"
+#include "app/views/map_screen.h"
 #include "app/views/overview_screen.h"
 #include "app/views/placeholder_screen.h"
 #include "app/views/projects_screen.h"
@@ -26,6 +27,7 @@ ScreenRegistry ScreenRegistry::standard() {
   ScreenRegistry registry;
   registry.add(Route::overview, factory<OverviewScreen>());
   registry.add(Route::cleanup, factory<CleanupScreen>());
+  registry.add(Route::map, factory<MapScreen>());
   registry.add(Route::largeFiles, factory<LargeFilesScreen>());
   registry.add(Route::history, factory<HistoryScreen>());
   registry.add(Route::aiModels, factory<AIModelsScreen>());
