@@ -42,7 +42,7 @@ void MapModel::setReport(std::shared_ptr<const ScanReport> report) {
   std::vector<std::string> trail;
   if (report_) {
     const Resolved there = was.empty() ? Resolved{} : resolve(was);
-    trail = there.node && isFolder(*there.node) ? trailTo(was) : trailTo(map::openingFolder(report_->tree).path);
+    trail = there.node && isFolder(*there.node) ? trailTo(was) : trailTo(openingPlace());
   }
   setTrail(std::move(trail), {});
   emit listingChanged();
@@ -87,6 +87,14 @@ MapModel::Resolved MapModel::resolve(const std::string& path) const {
   }
   if (!report_) return {};
   return {report_->tree.node(path), nullptr};
+}
+
+std::string MapModel::openingPlace() const {
+  // The home folder is what most of the cleaning is about; the trail above it
+  // still leads out to the rest of the disk.
+  const std::string opening = map::openingFolder(report_->tree).path;
+  const DiskNode* home = report_->tree.node(home_);
+  return home && isFolder(*home) && holds(opening, home_) ? home_ : opening;
 }
 
 std::vector<std::string> MapModel::trailTo(const std::string& path) const {

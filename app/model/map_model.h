@@ -51,7 +51,8 @@ class MapModel : public QObject {
   // already shows this report's folder in this layout (and size).
   void buildMapLayout();
 
-  // Where the map opened first, then each folder zoomed into; the last is on screen.
+  // From where the report's tree first branches down to the folder on screen
+  // (the map opens at the home folder, with the folders above it on the trail).
   const std::vector<std::string>& trail() const { return trail_; }
   std::string folder() const { return trail_.empty() ? std::string() : trail_.back(); }
   // Zooms into a folder shown on the map; false for anything that is not a folder.
@@ -114,7 +115,9 @@ class MapModel : public QObject {
     const DiskNode* live = nullptr;
     bool operator==(const Key&) const = default;
   };
-  // The trail from where the map opens down to `path`.
+  // Where the map of a new report opens: the home folder when the report holds it.
+  std::string openingPlace() const;
+  // The trail from where the tree first branches down to `path`.
   std::vector<std::string> trailTo(const std::string& path) const;
   void setTrail(std::vector<std::string> trail, std::string focus);
   void cancelListing();

@@ -14,6 +14,7 @@
 #include "app/model/app_model.h"
 #include "app/tests/app_home.h"
 #include "kit/cleanup/keep_list.h"
+#include "tests/support/tree_builder.h"
 
 namespace tallyfin::app {
 namespace {
@@ -131,6 +132,32 @@ TEST_F(MappedHome, ShowOnDiskMapOpensTheFolderThatShowsThePath) {
   const auto folded = picture().locate(home / "Music/loose-2.mp3");
   ASSERT_TRUE(folded.has_value());
   EXPECT_TRUE(picture().entry(*folded).aggregate());
+}
+
+TEST(MapOpening, AWholeDiskOpensAtTheHomeFolderWithTheFoldersAboveOnTheTrail) {
+  auto report = std::make_shared<ScanReport>();
+  report->date = 1'800'000'000;
+  report->tree = tallyfin::testing::TreeBuilder()
+                     .add("/var/lib/docker", 800)
+                     .add("/home/ann/Videos/film.mkv", 500, DiskNode::Kind::file)
+                     .add("/home/ann/.cache", 300)
+                     .add("/home/bob/old", 100)
+                     .build();
+  MapModel ann("/home/ann");
+  ann.setReport(report);
+  EXPECT_EQ(ann.trail(), (std::vector<std::string>{"/", "/home", "/home/ann"}));
+  ASSERT_TRUE(eventually([&] { return ann.mapLayout() != nullptr; }));
+  EXPECT_EQ(ann.mapLayout()->rootPath(), "/home/ann");
+  ann.zoomTo(0);
+  EXPECT_EQ(ann.trail(), std::vector<std::string>{"/"});
+
+  // A home the report does not hold (a scan of another folder): where the tree branches.
+  MapModel elsewhere("/home/carol");
+  elsewhere.setReport(report);
+  EXPECT_EQ(elsewhere.trail(), std::vector<std::string>{"/"});
+  elsewhere.setReport(nullptr);
+  EXPECT_TRUE(elsewhere.trail().empty());
+  EXPECT_EQ(elsewhere.mapLayout(), nullptr);
 }
 
 TEST(MapFocusRequest, WaitsForTheReportAndThenOpensTheMapThere) {

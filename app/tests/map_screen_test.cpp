@@ -104,7 +104,8 @@ TEST_F(MapScreenTest, ArrowsMoveBetweenSiblingsEnterZoomsInBackspaceZoomsOut) {
   auto* zoomOut = screen.findChild<QPushButton*>("zoomOut");
   EXPECT_TRUE(zoomOut->isEnabled());
 
-  // Enter on a file does nothing; Backspace comes back with the cursor on the folder left.
+  // Into the album; Enter on a file there does nothing; Backspace comes back with
+  // the cursor on the folder left.
   QTest::keyClick(canvas(), Qt::Key_Return);
   ASSERT_TRUE(settled());
   EXPECT_EQ(picture().rootPath(), home / "Music/album");
@@ -132,13 +133,19 @@ TEST_F(MapScreenTest, TheMouseOverAnItemNamesItAndAClickZoomsIntoAFolder) {
     EXPECT_TRUE(item().startsWith("~/Videos/holiday.mkv \u00b7 " + bytesText(picture().entry(*film).size)))
         << kind << ": " << item().toStdString();
 
+    // Aimed at Music, the click lands on it or on a folder standing on it (the city's album).
     const auto music = picture().locate(home / "Music");
     ASSERT_TRUE(music.has_value());
-    QTest::mouseClick(canvas(), Qt::LeftButton, {}, canvas()->pointOf(*music).toPoint());
+    const QPoint aim = canvas()->pointOf(*music).toPoint();
+    const auto target = picture().hit(MapFrame(picture(), QRectF(canvas()->rect())).toLayout(aim));
+    ASSERT_TRUE(target.has_value()) << kind;
+    const std::string folder = picture().path(*target);
+    ASSERT_TRUE(folder == home / "Music" || folder == home / "Music/album") << kind << " " << folder;
+    QTest::mouseClick(canvas(), Qt::LeftButton, {}, aim);
     ASSERT_TRUE(settled()) << kind;
-    EXPECT_EQ(picture().rootPath(), home / "Music") << kind;
-    EXPECT_EQ(model.map().trail().size(), 2u);
-    model.map().zoomOut();
+    EXPECT_EQ(picture().rootPath(), folder) << kind;
+    EXPECT_EQ(model.map().trail().at(1), home / "Music");
+    model.map().zoomTo(0);
     ASSERT_TRUE(settled());
   }
 }

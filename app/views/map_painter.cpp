@@ -138,8 +138,9 @@ void drawShape(ShapeDrawer& drawer, const map::CityBox& s, const MapColorTable& 
 }
 
 void prepare(QPainter& painter, MapKind kind, const MapColorTable& colors) {
-  // Rings need smooth edges; tiles are pixel-aligned rectangles; boxes are many and small.
-  painter.setRenderHint(QPainter::Antialiasing, kind != MapKind::treemap);
+  // Rings need smooth edges; tiles are pixel-aligned rectangles; the city's faces
+  // meet edge to edge, where smoothing costs the most and shows the least.
+  painter.setRenderHint(QPainter::Antialiasing, kind == MapKind::sunburst);
   if (kind == MapKind::sunburst) {
     painter.setPen(QPen(colors.edge(), 1));
   } else {

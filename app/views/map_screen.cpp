@@ -288,8 +288,9 @@ void MapScreen::showLegend() {
   const MapColorTable table(model_.map().colors(), palette(), report->date);
   QString html;
   for (const auto& entry : table.legend(*report)) {
-    html += "<span style=\"color:" + entry.color.name() + "\">\u25a0</span>&nbsp;" + entry.label.toHtmlEscaped() +
-            "&nbsp;&nbsp; ";
+    // Each entry stays on one line; the legend wraps between them.
+    html += "<span style=\"color:" + entry.color.name() + "\">\u25a0</span>&nbsp;" +
+            entry.label.toHtmlEscaped().replace(" ", "&nbsp;") + "&nbsp;&nbsp; ";
   }
   if (model_.map().kind() == MapKind::city) html += "<br>Height: how long since it changed (taller is older).";
   legend_->setText(html);
