@@ -15,7 +15,7 @@
 #include <random>
 #include <string>
 
-#include "kit/base/small_file.h"
+#include "bench/saved_report.h"
 #include "kit/map/city.h"
 #include "kit/map/recommendations.h"
 #include "kit/map/sunburst.h"
@@ -29,35 +29,8 @@ using namespace tallyfin;
 constexpr map::Rect kScreen{0, 0, 1920, 1080};
 constexpr int64_t kMiB = 1'048'576;
 
-// Where a layout starts: the report's tree starts at "/" with one folder per level
-// down to the scanned folder, so the map opens where the tree first branches.
-struct Focus {
-  const DiskNode* node = nullptr;
-  std::string path;
-};
-
-Focus branchingPoint(const DiskNode& tree) {
-  Focus focus{&tree, "/"};
-  while (focus.node->children.size() == 1 &&
-         focus.node->children[0].kind == DiskNode::Kind::folder) {
-    focus.node = &focus.node->children[0];
-    focus.path += (focus.path == "/" ? "" : "/") + focus.node->name;
-  }
-  return focus;
-}
-
-const std::optional<ScanReport>& savedReport() {
-  static const std::optional<ScanReport> report = []() -> std::optional<ScanReport> {
-    const char* path = std::getenv("TALLYFIN_MAP_REPORT");
-    if (!path) return std::nullopt;
-    const auto text = readSmallFile(path, Store::kLargestLoad);
-    if (!text) return std::nullopt;
-    auto decoded = decodeReport(*text);
-    if (!decoded.ok()) return std::nullopt;
-    return std::move(decoded).value();
-  }();
-  return report;
-}
+using Focus = map::MapFocus;
+using bench::savedReport;
 
 // A pruned tree shaped like a big home folder's, with no fixture needed: sizes
 // fall off like a power law among up to 80 would-be children, those of 10 MiB or
@@ -116,7 +89,7 @@ const DiskNode& syntheticTree() {
 std::optional<Focus> focusOf(bool report) {
   if (!report) return Focus{&syntheticTree(), "/"};
   if (!savedReport()) return std::nullopt;
-  return branchingPoint(savedReport()->tree);
+  return map::openingFolder(savedReport()->tree);
 }
 
 size_t nodeCount(const DiskNode& node) {
@@ -173,7 +146,7 @@ BENCHMARK_CAPTURE(BM_Layout, city_report, Layout::city, true)->Unit(benchmark::k
 // One hit test per mouse move, at random points of the picture.
 template <class MakeLayout, class PointAt>
 void hitTests(benchmark::State& state, MakeLayout make, PointAt pointAt) {
-  const auto focus = focusOf(savedReport().has_value());
+  const auto focus = focusOf(savedReport() != nullptr);
   const auto layout = make(*focus);
   std::mt19937 random(7);
   std::uniform_real_distribution<double> unit(0, 1);

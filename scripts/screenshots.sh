@@ -10,9 +10,13 @@
 set -eu
 
 if [ "${1:-}" = --on-display ]; then
-  # Later starts hand their --route to the running app, which switches screens.
+  # Later starts hand their --route (or --map) to the running app, which switches screens.
   shoot() {
-    if [ -n "${2:-}" ]; then "$app" --route "$2"; fi
+    case "${2:-}" in
+      "") ;;
+      map:*) "$app" --map "${2#map:}" ;;
+      *) "$app" --route "$2" ;;
+    esac
     sleep "${3:-1.5}"
     import -window root -crop "$size+0+0" +repage "$out/$1$SUFFIX.png"
   }
@@ -21,6 +25,9 @@ if [ "${1:-}" = --on-display ]; then
   sleep 3
   shoot overview
   shoot cleanup cleanup
+  shoot map-sunburst map:sunburst 2
+  shoot map-treemap map:treemap 2
+  shoot map-city map:city 2
   shoot large-files largeFiles
   shoot history history
   shoot ai-models aiModels 3

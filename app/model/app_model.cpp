@@ -16,7 +16,8 @@ AppModel::AppModel(AppEnvironment environment, QObject* parent)
       trash_(environment_.home, TrashService(environment_.home, environment_.store, environment_.trasher)),
       tools_(environment_),
       agents_(environment_.home, environment_.commandLineTool),
-      updates_(environment_.preferences, environment_.updateFeed, environment_.downloadFolder) {
+      updates_(environment_.preferences, environment_.updateFeed, environment_.downloadFolder),
+      map_(environment_.home) {
   const Preferences& preferences = environment_.preferences;
   schedule_ = preferences.schedule();
   autopilot_ = preferences.autopilot();
@@ -31,6 +32,10 @@ AppModel::AppModel(AppEnvironment environment, QObject* parent)
   tools_.report = [this] { return scanner_.report(); };
 
   connect(&scanner_, &ScanController::eventSent, this, &AppModel::handle);
+  connect(&scanner_, &ScanController::reportChanged, this, [this] {
+    map_.setReport(scanner_.report());
+    applyMapFocus();
+  });
   trash_.reportDate = [this]() -> std::optional<double> {
     const auto& report = scanner_.report();
     return report ? std::optional(report->date) : std::nullopt;
@@ -119,6 +124,19 @@ void AppModel::setNotificationSettings(const NotificationSettings& settings) {
   notificationSettings_ = settings;
   emit settingsChanged();
   writePreference([settings](const Preferences& p) { return p.setNotificationSettings(settings); });
+}
+
+void AppModel::showOnDiskMap(const std::string& path) {
+  mapFocusRequest_ = path;
+  emit mapFocusRequestChanged();
+  setRoute(Route::map);
+  applyMapFocus();
+}
+
+void AppModel::applyMapFocus() {
+  if (!mapFocusRequest_ || !scanner_.report()) return;
+  map_.focusOn(*std::exchange(mapFocusRequest_, std::nullopt));
+  emit mapFocusRequestChanged();
 }
 
 void AppModel::toggle(const std::string& path) { setSelected({path}, !selection_.contains(path)); }
@@ -285,11 +303,14 @@ void AppModel::recomputeDerived() {
   }
   emit cleanupChanged();
   setSelected(gone, false);
+  map_.recommend(hidden, scanner_.growingFolders());
 }
 
 // What the scan saw at `path`, so that an item replaced since then (a folder swapped
 // for a link, say) stays where it is.
 std::optional<ItemIdentity> AppModel::seenInScan(const std::string& path) const {
+  // Items the map listed live are not in the report; the listing saw them.
+  if (auto listed = map_.seenInListing(path)) return listed;
   const auto& report = scanner_.report();
   if (!report) return std::nullopt;
   return ItemIdentity::inScan(report->tree, path);

@@ -15,6 +15,7 @@
 
 #include "app/model/agent_connections.h"
 #include "app/model/app_environment.h"
+#include "app/model/map_model.h"
 #include "app/model/route.h"
 #include "app/model/scan_controller.h"
 #include "app/model/tool_results.h"
@@ -41,6 +42,7 @@ class AppModel : public QObject {
   UpdateModel& updates() { return updates_; }
   // This version of Tallyfin, "0.1.0".
   static std::string_view version();
+  MapModel& map() { return map_; }
   const std::string& home() const { return environment_.home; }
   const Store& store() const { return environment_.store; }
   const std::string& preferencesFile() const { return environment_.preferences.file(); }
@@ -62,6 +64,10 @@ class AppModel : public QObject {
   std::optional<Safety> cleanupSafety() const { return cleanupSafety_; }
   std::optional<CleanupCategory> cleanupCategory() const { return cleanupCategory_; }
   void setCleanupFilter(std::optional<Safety> safety, std::optional<CleanupCategory> category);
+
+  // "Show on Disk Map": the path the map opens at, until the map has a report to open it in.
+  const std::optional<std::string>& mapFocusRequest() const { return mapFocusRequest_; }
+  void showOnDiskMap(const std::string& path);
 
   const std::optional<SchedulerState>& scheduleState() const { return scheduleState_; }
   Schedule schedule() const { return schedule_; }
@@ -113,7 +119,7 @@ class AppModel : public QObject {
   void handle(const ScanController::Event& event);
   // Moves the ticked suggestions that may move to the Trash, as one batch.
   void trashSelection();
-  // Moves files the user picked (large files), as one batch.
+  // Moves files or folders the user picked (large files, the disk map), as one batch.
   void trashFiles(std::vector<std::pair<std::string, int64_t>> files, std::string label);
   void undo(const std::string& batchId);
 
@@ -158,9 +164,12 @@ class AppModel : public QObject {
   void settingsChanged();
   void helpTopicChanged();
   void whatsNewChanged();
+  void mapFocusRequestChanged();
 
  private:
   void refreshSystemState();
+  // Hands the map's focus request to the map once there is a report to show it in.
+  void applyMapFocus();
   std::optional<ItemIdentity> seenInScan(const std::string& path) const;
   // Writes one preference off the main thread; a failure becomes the notice.
   void writePreference(std::function<Status(const Preferences&)> write);
@@ -174,6 +183,8 @@ class AppModel : public QObject {
   ToolResults tools_;
   AgentConnections agents_;
   UpdateModel updates_;
+  MapModel map_;
+  std::optional<std::string> mapFocusRequest_;
   Route route_ = Route::overview;
   std::set<std::string> selection_;
   std::set<std::string> keep_;

@@ -27,15 +27,23 @@ DesktopApp::DesktopApp(AppEnvironment environment)
       tray_(model_, window_) {}
 
 void DesktopApp::start(const LaunchOptions& options) {
-  if (options.route) model_.setRoute(*options.route);
+  open(options);
   window_.show();
   model_.scanner().load();
   model_.updates().checkIfDue();
 }
 
 void DesktopApp::follow(const LaunchOptions& options) {
-  if (options.route) model_.setRoute(*options.route);
+  open(options);
   window_.bringToFront();
+}
+
+void DesktopApp::open(const LaunchOptions& options) {
+  if (options.route) model_.setRoute(*options.route);
+  if (options.map) {
+    model_.map().setKind(*options.map);
+    model_.setRoute(Route::map);
+  }
 }
 
 }  // namespace tallyfin::app

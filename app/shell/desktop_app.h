@@ -26,6 +26,9 @@ class DesktopApp {
   void follow(const LaunchOptions& options);
 
  private:
+  // The screen (and map layout) the options ask for.
+  void open(const LaunchOptions& options);
+
   AppModel model_;
   AppearanceFollower appearance_;
   MainWindow window_;

@@ -23,7 +23,6 @@
 #include "app/views/cleanup_screen.h"
 #include "app/views/cleanup_tree_model.h"
 #include "app/views/large_files_screen.h"
-#include "app/views/placeholder_screen.h"
 #include "app/views/trash_confirmation.h"
 #include "app/views/tray_icon.h"
 #include "kit/scan/scan_pipeline.h"

@@ -38,6 +38,11 @@ TEST(LaunchOptions, RouteNamesHelpAndMistakes) {
   EXPECT_EQ(parseLaunchOptions({"--route"}).error(), "--route needs a screen name");
   EXPECT_EQ(parseLaunchOptions({"--route", "trash"}).error(), "there is no screen named trash");
   EXPECT_EQ(parseLaunchOptions({"--verbose"}).error(), "unknown option --verbose");
+  EXPECT_EQ(parseLaunchOptions({"--map", "City"})->map, MapKind::city);
+  EXPECT_EQ(parseLaunchOptions({"--map", "treemap", "--route", "map"})->map, MapKind::treemap);
+  EXPECT_EQ(parseLaunchOptions({"--map"}).error(), "--map needs a layout: sunburst, treemap or city");
+  EXPECT_EQ(parseLaunchOptions({"--map", "pie"}).error(),
+            "there is no map layout named pie (sunburst, treemap, city)");
 }
 
 TEST(SingleInstance, ALaterStartHandsItsArgumentsToTheRunningAppAndEnds) {

@@ -50,6 +50,7 @@ CleanupScreen::CleanupScreen(AppModel& model, QWidget* parent)
       copy_(new QPushButton("Copy Command", this)),
       keep_(new QPushButton("Keep", this)),
       reveal_(new QPushButton("Show in Folder", this)),
+      showOnMap_(new QPushButton("Show on Disk Map", this)),
       selected_(new QLabel(this)),
       trash_(new QPushButton("Move to Trash\u2026", this)),
       batches_(new BatchesModel(model.trash(), this)),
@@ -85,6 +86,8 @@ CleanupScreen::CleanupScreen(AppModel& model, QWidget* parent)
   keep_->setAccessibleName("Keep this item: never suggest it again");
   keep_->setToolTip("Tallyfin will not suggest this item again (saved in keep.json)");
   reveal_->setAccessibleName("Show the item in the file manager");
+  showOnMap_->setObjectName("showOnDiskMap");
+  showOnMap_->setAccessibleName("Show the item on the disk map");
   selected_->setObjectName("ticked");
   selected_->setAccessibleName("Ticked items");
   trash_->setObjectName("moveToTrash");
@@ -111,6 +114,7 @@ CleanupScreen::CleanupScreen(AppModel& model, QWidget* parent)
   itemButtons->addWidget(copy_);
   itemButtons->addWidget(keep_);
   itemButtons->addWidget(reveal_);
+  itemButtons->addWidget(showOnMap_);
   itemButtons->addStretch(1);
 
   auto* actions = new QHBoxLayout;
@@ -154,6 +158,9 @@ CleanupScreen::CleanupScreen(AppModel& model, QWidget* parent)
   });
   connect(reveal_, &QPushButton::clicked, this, [this] {
     if (const CleanupItem* item = current()) showInFolder(item->path);
+  });
+  connect(showOnMap_, &QPushButton::clicked, this, [this] {
+    if (const CleanupItem* item = current()) model_.showOnDiskMap(item->path);
   });
   connect(trash_, &QPushButton::clicked, this, &CleanupScreen::confirmTrash);
   connect(undo_, &QPushButton::clicked, this, [this] {
@@ -215,6 +222,7 @@ void CleanupScreen::showCurrent() {
   command_->setVisible(item && item->command);
   keep_->setEnabled(item != nullptr);
   reveal_->setEnabled(item != nullptr);
+  showOnMap_->setEnabled(item != nullptr);
   copy_->setEnabled(item && item->command);
   if (!item) {
     currentTitle_->setText("Nothing chosen");

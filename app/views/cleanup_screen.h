@@ -53,6 +53,7 @@ class CleanupScreen : public QWidget {
   QPushButton* copy_;
   QPushButton* keep_;
   QPushButton* reveal_;
+  QPushButton* showOnMap_;
   QLabel* selected_;
   QPushButton* trash_;
   BatchesModel* batches_;

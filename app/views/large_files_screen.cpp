@@ -30,6 +30,7 @@ LargeFilesScreen::LargeFilesScreen(AppModel& model, QWidget* parent)
       filter_(new QLineEdit(this)),
       table_(new QTableView(this)),
       reveal_(new QPushButton("Show in Folder", this)),
+      showOnMap_(new QPushButton("Show on Disk Map", this)),
       trash_(new QPushButton("Move to Trash\u2026", this)) {
   sorted_->setSourceModel(files_);
   sorted_->setSortRole(LargeFilesModel::kSortRole);
@@ -60,12 +61,15 @@ LargeFilesScreen::LargeFilesScreen(AppModel& model, QWidget* parent)
     table_->horizontalHeader()->setSectionResizeMode(column, QHeaderView::ResizeToContents);
   }
   reveal_->setAccessibleName("Show the chosen file in the file manager");
+  showOnMap_->setObjectName("showOnDiskMap");
+  showOnMap_->setAccessibleName("Show the chosen file on the disk map");
   trash_->setObjectName("trashFiles");
   trash_->setAccessibleName("Move the chosen files to the Trash");
 
   auto* buttons = new QHBoxLayout;
   buttons->addWidget(filter_, 1);
   buttons->addWidget(reveal_);
+  buttons->addWidget(showOnMap_);
   buttons->addWidget(trash_);
   auto* layout = new QVBoxLayout(this);
   layout->setContentsMargins(24, 18, 24, 18);
@@ -84,6 +88,10 @@ LargeFilesScreen::LargeFilesScreen(AppModel& model, QWidget* parent)
   connect(reveal_, &QPushButton::clicked, this, [this] {
     const auto rows = chosenRows();
     if (!rows.empty()) showInFolder(files_->fileAt(rows.front()).path);
+  });
+  connect(showOnMap_, &QPushButton::clicked, this, [this] {
+    const auto rows = chosenRows();
+    if (!rows.empty()) model_.showOnDiskMap(files_->fileAt(rows.front()).path);
   });
   connect(trash_, &QPushButton::clicked, this, &LargeFilesScreen::confirmTrash);
   refresh();
@@ -104,6 +112,7 @@ void LargeFilesScreen::refresh() {
                            : noReportText(model_));
   const bool chosen = !chosenRows().empty();
   reveal_->setEnabled(chosen);
+  showOnMap_->setEnabled(chosen);
   trash_->setEnabled(chosen && !model_.trash().isTrashing());
 }
 

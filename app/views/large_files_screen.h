@@ -39,6 +39,7 @@ class LargeFilesScreen : public QWidget {
   QLineEdit* filter_;
   QTableView* table_;
   QPushButton* reveal_;
+  QPushButton* showOnMap_;
   QPushButton* trash_;
 };
 

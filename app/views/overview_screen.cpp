@@ -186,7 +186,13 @@ void OverviewScreen::showHotspots() {
     auto* size = new QLabel(bytesText(hotspot.size), report_);
     size->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
     hotspots_->addWidget(size, row, 0);
-    auto* place = textLine(pathText(hotspot.path, report->home), report_);
+    // The place opens on the disk map.
+    auto* place = new QLabel("<a href=\"map\">" + pathText(hotspot.path, report->home).toHtmlEscaped() + "</a>", report_);
+    place->setTextFormat(Qt::RichText);
+    place->setTextInteractionFlags(Qt::TextBrowserInteraction);
+    place->setToolTip("Show on the disk map");
+    place->setAccessibleName("Show " + pathText(hotspot.path, report->home) + " on the disk map");
+    connect(place, &QLabel::linkActivated, this, [this, path = hotspot.path] { model_.showOnDiskMap(path); });
     hotspots_->addWidget(place, row, 1);
     ++row;
   }

@@ -9,8 +9,8 @@
 #include "app/views/help_screen.h"
 #include "app/views/history_screen.h"
 #include "app/views/large_files_screen.h"
+#include "app/views/map_screen.h"
 #include "app/views/overview_screen.h"
-#include "app/views/placeholder_screen.h"
 #include "app/views/profile_screen.h"
 #include "app/views/projects_screen.h"
 #include "app/views/system_data_screen.h"
@@ -30,6 +30,7 @@ ScreenRegistry ScreenRegistry::standard() {
   ScreenRegistry registry;
   registry.add(Route::overview, factory<OverviewScreen>());
   registry.add(Route::cleanup, factory<CleanupScreen>());
+  registry.add(Route::map, factory<MapScreen>());
   registry.add(Route::largeFiles, factory<LargeFilesScreen>());
   registry.add(Route::history, factory<HistoryScreen>());
   registry.add(Route::aiModels, factory<AIModelsScreen>());
@@ -48,9 +49,7 @@ ScreenRegistry ScreenRegistry::standard() {
 void ScreenRegistry::add(Route route, Factory factory) { factories_[route] = std::move(factory); }
 
 QWidget* ScreenRegistry::make(Route route, AppModel& model, QWidget* parent) const {
-  const auto found = factories_.find(route);
-  if (found == factories_.end()) return new PlaceholderScreen(route, parent);
-  return found->second(model, parent);
+  return factories_.at(route)(model, parent);
 }
 
 }  // namespace tallyfin::app

@@ -1,7 +1,7 @@
 #pragma once
 
 // Which widget shows which route. A new screen is one class and one line in
-// `standard()`; routes without one show a placeholder.
+// `standard()`.
 
 #include <QWidget>
 
@@ -18,11 +18,11 @@ class ScreenRegistry {
  public:
   using Factory = std::function<QWidget*(AppModel& model, QWidget* parent)>;
 
-  // The screens built so far.
+  // Every route's screen.
   static ScreenRegistry standard();
 
   void add(Route route, Factory factory);
-  // The route's screen, or its placeholder.
+  // The route's screen; every route has one.
   QWidget* make(Route route, AppModel& model, QWidget* parent) const;
 
  private:

@@ -137,4 +137,15 @@ MapFocus focusFor(const DiskNode& tree, std::string_view path) {
   return focus;
 }
 
+MapFocus openingFolder(const DiskNode& tree) {
+  MapFocus focus{&tree, "/"};
+  while (focus.node->children.size() == 1) {
+    const DiskNode& only = focus.node->children[0];
+    if (only.kind != DiskNode::Kind::folder || only.size != focus.node->size) break;
+    focus.node = &only;
+    focus.path = joinPath(focus.path, only.name);
+  }
+  return focus;
+}
+
 }  // namespace tallyfin::map

@@ -125,6 +125,11 @@ struct MapFocus {
 };
 MapFocus focusFor(const DiskNode& tree, std::string_view path);
 
+// Where a map of a whole report opens: the tree starts at "/" with one folder per
+// level down to the folder scanned, so the first folder that holds more than that
+// one folder, or some bytes of its own.
+MapFocus openingFolder(const DiskNode& tree);
+
 // The shape that shows a path: its own, the merged group it went into, or the
 // nearest folder drawn above it. None when the path lies outside the layout.
 template <class Shape>

@@ -138,5 +138,25 @@ TEST(MapEntries, FocusOpensTheDeepestFolderHeldOnTheWay) {
   expectFocus("/", "/");
 }
 
+TEST(MapEntries, AWholeReportOpensWhereTheTreeFirstBranches) {
+  // The folders above the one scanned each hold only it: the map skips them.
+  const DiskNode home = homeTree();
+  const MapFocus opening = openingFolder(home);
+  EXPECT_EQ(opening.path, "/home/ann");
+  EXPECT_EQ(opening.node, home.node("home/ann"));
+
+  // A folder that holds one folder and bytes of its own is where the map opens.
+  const DiskNode withOwnFiles = TreeBuilder()
+                                    .add("/srv/site/data/a", 100)
+                                    .add("/srv/site/rest", 20, Kind::smaller)
+                                    .build();
+  EXPECT_EQ(openingFolder(withOwnFiles).path, "/srv/site");
+
+  // A single file under the root: the root itself.
+  const DiskNode oneFile = TreeBuilder().add("/only.bin", 10, Kind::file).build();
+  EXPECT_EQ(openingFolder(oneFile).path, "/");
+  EXPECT_EQ(openingFolder(DiskNode{}).path, "/");
+}
+
 }  // namespace
 }  // namespace tallyfin::map
