@@ -1,6 +1,5 @@
 #include "kit/tools/duplicate_finder.h"
 
-#include <linux/ioprio.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 
@@ -267,7 +266,12 @@ TEST(DuplicateCollect, AFolderOutsideHomeStandsForHome) {
   EXPECT_EQ(DuplicateFinder::searchHome("/", "/home/ann"), "");
 }
 
-int threadIoPriority() { return static_cast<int>(::syscall(SYS_ioprio_get, IOPRIO_WHO_PROCESS, 0)); }
+// The kernel's IOPRIO_WHO_PROCESS and IOPRIO_PRIO_VALUE(IOPRIO_CLASS_BE, 7); its header
+// no longer compiles as C++.
+constexpr int kWhoProcess = 1;
+constexpr int kBestEffortLowest = (2 << 13) | 7;
+
+int threadIoPriority() { return static_cast<int>(::syscall(SYS_ioprio_get, kWhoProcess, 0)); }
 
 TEST(LowIoPriority, LowersOnlyTheCallingThreadAndComesBack) {
   const int before = threadIoPriority();
@@ -275,7 +279,7 @@ TEST(LowIoPriority, LowersOnlyTheCallingThreadAndComesBack) {
   std::thread worker([&] {
     {
       const platform::LowIoPriority low;
-      EXPECT_EQ(threadIoPriority(), IOPRIO_PRIO_VALUE(IOPRIO_CLASS_BE, 7));
+      EXPECT_EQ(threadIoPriority(), kBestEffortLowest);
       lowered.count_down();
       checked.wait();
     }

@@ -1,6 +1,5 @@
 #include "kit/platform/io_priority.h"
 
-#include <linux/ioprio.h>
 #include <sys/resource.h>
 #include <sys/syscall.h>
 #include <unistd.h>
@@ -8,11 +7,21 @@
 namespace tallyfin::platform {
 namespace {
 
-// Who 0 with IOPRIO_WHO_PROCESS is the calling thread, not the whole process.
-int threadPriority() { return static_cast<int>(::syscall(SYS_ioprio_get, IOPRIO_WHO_PROCESS, 0)); }
+// The kernel's values, written out: <linux/ioprio.h> of Linux 6.1.192 and later no
+// longer compiles as C++ (a parameter named `class`).
+constexpr int kWhoProcess = 1;
+constexpr int kClassBestEffort = 2;
+constexpr int kClassIdle = 3;
+constexpr int kBestEffortLevels = 8;
+constexpr int kClassShift = 13;
+
+constexpr int priorityValue(int priorityClass, int level) { return (priorityClass << kClassShift) | level; }
+
+// Who 0 with kWhoProcess is the calling thread, not the whole process.
+int threadPriority() { return static_cast<int>(::syscall(SYS_ioprio_get, kWhoProcess, 0)); }
 
 void setThreadPriority(int priority) {
-  ::syscall(SYS_ioprio_set, IOPRIO_WHO_PROCESS, 0, priority);
+  ::syscall(SYS_ioprio_set, kWhoProcess, 0, priority);
 }
 
 }  // namespace
@@ -20,7 +29,7 @@ void setThreadPriority(int priority) {
 // Best effort at its lowest level rather than the idle class: idle reads can
 // starve outright on a busy disk, and the user is waiting for this result.
 LowIoPriority::LowIoPriority() : previous_(threadPriority()) {
-  setThreadPriority(IOPRIO_PRIO_VALUE(IOPRIO_CLASS_BE, IOPRIO_BE_NR - 1));
+  setThreadPriority(priorityValue(kClassBestEffort, kBestEffortLevels - 1));
 }
 
 LowIoPriority::~LowIoPriority() {
@@ -31,7 +40,7 @@ LowIoPriority::~LowIoPriority() {
 // that starts them.
 void becomeBackgroundWork() {
   ::setpriority(PRIO_PROCESS, 0, 19);
-  setThreadPriority(IOPRIO_PRIO_VALUE(IOPRIO_CLASS_IDLE, 0));
+  setThreadPriority(priorityValue(kClassIdle, 0));
 }
 
 // Nice 5 weighs about a third of nice 0: enough for the scheduler to run the
