@@ -15,7 +15,7 @@
 #include "kit/cleanup/cleanup_rules.h"
 #include "kit/scan/directory_reader.h"
 #include "kit/scan/scanner.h"
-#include "kit/store/scan_report.h"
+#include "kit/report/scan_report.h"
 #include "kit/scan/disk_node.h"
 #include "kit/scan/project_rules.h"
 #include "kit/scan/scan_configuration.h"

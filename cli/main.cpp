@@ -25,7 +25,7 @@
 #include "kit/cleanup/keep_list.h"
 #include "kit/platform/launch_agents.h"
 #include "kit/platform/user_folders.h"
-#include "kit/scan/scan_pipeline.h"
+#include "kit/pipeline/scan_pipeline.h"
 #include "kit/shell/background_agent.h"
 #include "kit/shell/preferences.h"
 #include "kit/shell/scheduler.h"

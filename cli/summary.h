@@ -6,7 +6,7 @@
 
 #include <nlohmann/json.hpp>
 
-#include "kit/store/scan_report.h"
+#include "kit/report/scan_report.h"
 
 namespace tallyfin::cli {
 

@@ -10,8 +10,8 @@
 #include "kit/cleanup/cleanup_rules.h"
 #include "kit/store/format.h"
 #include "kit/tools/ai_models.h"
-#include "kit/tools/probe_environment.h"
-#include "kit/tools/spawned.h"
+#include "kit/platform/probe_environment.h"
+#include "kit/platform/spawned.h"
 
 namespace tallyfin::ToolProbe {
 namespace {

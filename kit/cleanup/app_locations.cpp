@@ -1,4 +1,4 @@
-#include "kit/tools/app_locations.h"
+#include "kit/cleanup/app_locations.h"
 
 #include <sys/stat.h>
 
