@@ -8,7 +8,7 @@
 #include "kit/base/paths.h"
 #include "kit/base/small_file.h"
 #include "kit/base/text.h"
-#include "kit/tools/plist_values.h"
+#include "kit/base/plist_values.h"
 
 namespace tallyfin::AppUninstaller {
 namespace {
