@@ -10,6 +10,7 @@ set -eu
 packages="build-essential cmake ninja-build python3 pkg-config
   nlohmann-json3-dev libgtest-dev libgmock-dev libbenchmark-dev libplist-dev libssl-dev
   libpcre2-dev libsystemd-dev libcurl4-openssl-dev openssl dbus-daemon trash-cli nodejs clang libclang-rt-14-dev
+  btrfs-progs
   qt6-base-dev qt6-svg-dev fonts-dejavu-core desktop-file-utils appstream"
 bench_packages="gdu ncdu rmlint jdupes fdupes"
 screenshot_packages="xvfb xauth imagemagick"
