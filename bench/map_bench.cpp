@@ -20,7 +20,7 @@
 #include "kit/map/recommendations.h"
 #include "kit/map/sunburst.h"
 #include "kit/map/treemap.h"
-#include "kit/store/scan_report.h"
+#include "kit/report/scan_report.h"
 
 namespace {
 

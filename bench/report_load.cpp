@@ -27,7 +27,7 @@
 
 #include "kit/agents/mcp_server.h"
 #include "kit/base/small_file.h"
-#include "kit/store/scan_report.h"
+#include "kit/report/scan_report.h"
 
 namespace {
 

@@ -9,7 +9,7 @@
 #include <optional>
 
 #include "kit/base/small_file.h"
-#include "kit/store/scan_report.h"
+#include "kit/report/scan_report.h"
 #include "kit/store/store.h"
 
 namespace tallyfin::bench {

@@ -8,7 +8,7 @@
 #include <optional>
 #include <string_view>
 
-#include "kit/store/scan_report.h"
+#include "kit/report/scan_report.h"
 #include "kit/store/store.h"
 
 namespace tallyfin::cli {

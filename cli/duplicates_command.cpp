@@ -11,7 +11,7 @@
 #include "cli/text_layout.h"
 #include "kit/agents/duplicates_json.h"
 #include "kit/store/format.h"
-#include "kit/store/scan_report.h"
+#include "kit/report/scan_report.h"
 #include "kit/tools/duplicate_finder.h"
 
 namespace tallyfin::cli {

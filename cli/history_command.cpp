@@ -14,7 +14,7 @@
 #include "kit/history/history_files.h"
 #include "kit/history/trends.h"
 #include "kit/store/format.h"
-#include "kit/store/scan_report.h"
+#include "kit/report/scan_report.h"
 
 namespace tallyfin::cli {
 namespace {

@@ -30,14 +30,14 @@
 #include "kit/cleanup/keep_list.h"
 #include "kit/platform/launch_agents.h"
 #include "kit/platform/user_folders.h"
-#include "kit/scan/scan_pipeline.h"
+#include "kit/pipeline/scan_pipeline.h"
 #include "kit/shell/background_agent.h"
 #include "kit/shell/preferences.h"
 #include "kit/shell/scheduler.h"
 #include "kit/store/store.h"
 #include "kit/tools/tool_probe.h"
 #include "kit/trash/trash_service.h"
-#include "kit/trash/trasher.h"
+#include "kit/platform/trasher.h"
 
 namespace {
 

@@ -7,7 +7,7 @@
 
 #include <nlohmann/json.hpp>
 
-#include "kit/store/scan_report.h"
+#include "kit/report/scan_report.h"
 #include "kit/trash/journal.h"
 
 namespace tallyfin::cli {

@@ -6,7 +6,7 @@
 #include "cli/text_layout.h"
 #include "kit/agents/system_data_json.h"
 #include "kit/store/format.h"
-#include "kit/store/scan_report.h"
+#include "kit/report/scan_report.h"
 #include "kit/tools/system_data.h"
 
 namespace tallyfin::cli {

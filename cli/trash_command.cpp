@@ -10,7 +10,7 @@
 #include "kit/base/clock.h"
 #include "kit/store/format.h"
 #include "kit/trash/trash_service.h"
-#include "kit/trash/trasher.h"
+#include "kit/platform/trasher.h"
 
 namespace tallyfin::cli {
 namespace {

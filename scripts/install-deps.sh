@@ -10,7 +10,8 @@ set -eu
 packages="build-essential cmake ninja-build python3 pkg-config
   nlohmann-json3-dev libsimdjson-dev libgtest-dev libgmock-dev libbenchmark-dev libplist-dev libssl-dev
   libpcre2-dev libsystemd-dev libcurl4-openssl-dev openssl dbus-daemon trash-cli man-db nodejs clang libclang-rt-14-dev
-  qt6-base-dev qt6-svg-dev fonts-dejavu-core desktop-file-utils appstream lintian"
+  qt6-base-dev qt6-svg-dev fonts-dejavu-core desktop-file-utils appstream lintian
+  btrfs-progs"
 bench_packages="gdu ncdu rmlint jdupes fdupes"
 screenshot_packages="xvfb xauth imagemagick"
 

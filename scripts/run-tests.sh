@@ -5,6 +5,8 @@
 set -eu
 cd "$(dirname "$0")/.."
 jobs=$(nproc)
+echo "== include layering"
+python3 scripts/check-layering.py
 echo "== asan build"
 cmake --preset asan >/dev/null
 cmake --build --preset asan -j "$jobs"

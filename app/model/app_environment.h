@@ -10,11 +10,11 @@
 #include <string>
 #include <vector>
 
-#include "kit/scan/scan_pipeline.h"
+#include "kit/pipeline/scan_pipeline.h"
 #include "kit/shell/preferences.h"
 #include "kit/shell/scheduler.h"
 #include "kit/store/store.h"
-#include "kit/trash/trasher.h"
+#include "kit/platform/trasher.h"
 #include "kit/update/release_key.h"
 
 namespace tallyfin::app {

@@ -14,7 +14,7 @@
 #include "kit/map/city.h"
 #include "kit/map/sunburst.h"
 #include "kit/map/treemap.h"
-#include "kit/store/scan_report.h"
+#include "kit/report/scan_report.h"
 
 namespace tallyfin::app {
 

@@ -7,7 +7,7 @@
 #include "kit/history/history_files.h"
 #include "kit/history/trends.h"
 #include "kit/platform/io_priority.h"
-#include "kit/scan/scan_pipeline.h"
+#include "kit/pipeline/scan_pipeline.h"
 #include "kit/trash/trash_service.h"
 
 namespace tallyfin::app {

@@ -18,7 +18,7 @@
 #include "kit/history/history_records.h"
 #include "kit/platform/folder_watcher.h"
 #include "kit/scan/scan_progress.h"
-#include "kit/store/scan_report.h"
+#include "kit/report/scan_report.h"
 #include "kit/trash/journal.h"
 
 namespace tallyfin::app {

@@ -6,7 +6,7 @@
 #include "app/model/progress_throttle.h"
 #include "kit/base/clock.h"
 #include "kit/platform/io_priority.h"
-#include "kit/tools/probe_environment.h"
+#include "kit/platform/probe_environment.h"
 
 namespace tallyfin::app {
 namespace {

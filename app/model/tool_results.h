@@ -19,7 +19,7 @@
 
 #include "app/model/app_environment.h"
 #include "kit/agents/duplicates_json.h"
-#include "kit/store/scan_report.h"
+#include "kit/report/scan_report.h"
 #include "kit/tools/ai_models.h"
 #include "kit/tools/app_inventory.h"
 #include "kit/tools/dev_projects.h"

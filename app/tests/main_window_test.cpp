@@ -25,7 +25,7 @@
 #include "app/views/large_files_screen.h"
 #include "app/views/trash_confirmation.h"
 #include "app/views/tray_icon.h"
-#include "kit/scan/scan_pipeline.h"
+#include "kit/pipeline/scan_pipeline.h"
 
 namespace tallyfin::app {
 namespace {

@@ -9,7 +9,7 @@
 #include "app/tests/app_home.h"
 #include "kit/cleanup/keep_list.h"
 #include "kit/history/history_files.h"
-#include "kit/scan/scan_pipeline.h"
+#include "kit/pipeline/scan_pipeline.h"
 
 namespace tallyfin::app {
 namespace {

@@ -12,8 +12,8 @@
 #include "kit/base/paths.h"
 #include "kit/base/small_file.h"
 #include "kit/base/text.h"
-#include "kit/tools/probe_environment.h"
-#include "kit/tools/spawned.h"
+#include "kit/platform/probe_environment.h"
+#include "kit/platform/spawned.h"
 
 namespace tallyfin {
 namespace {

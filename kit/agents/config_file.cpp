@@ -9,7 +9,7 @@
 #include "kit/agents/agent_client.h"
 #include "kit/base/paths.h"
 #include "kit/base/small_file.h"
-#include "kit/store/atomic_file.h"
+#include "kit/base/atomic_file.h"
 
 namespace tallyfin::ConfigFile {
 namespace {

@@ -9,7 +9,7 @@
 #include <nlohmann/json.hpp>
 
 #include "kit/cleanup/cleanup_item.h"
-#include "kit/store/scan_report.h"
+#include "kit/report/scan_report.h"
 
 namespace tallyfin::AgentJson {
 

@@ -9,7 +9,7 @@
 #include "kit/base/text.h"
 #include "kit/tools/app_uninstaller.h"
 #include "kit/tools/flatpak_apps.h"
-#include "kit/tools/probe_environment.h"
+#include "kit/platform/probe_environment.h"
 #include "kit/tools/tool_probe.h"
 
 namespace tallyfin {

@@ -19,8 +19,8 @@
 
 #include "kit/agents/preview_ledger.h"
 #include "kit/agents/preview_token.h"
-#include "kit/scan/scan_pipeline.h"
-#include "kit/store/scan_report.h"
+#include "kit/pipeline/scan_pipeline.h"
+#include "kit/report/scan_report.h"
 #include "kit/store/store.h"
 #include "kit/trash/trash_service.h"
 

@@ -247,7 +247,7 @@ std::vector<CleanupItem> CleanupRules::items(const DiskNode& tree,
     if (!node) continue;
     std::string runtimeName = runtimeDisplayName(device.runtime);
     for (const auto& runtime : tools.runtimes) {
-      if (runtime.identifier == device.runtime) runtimeName = runtime.name;
+      if (runtime.runtimeIdentifier == device.runtime) runtimeName = runtime.name;
     }
     list.add({path, device.name + std::string(kSeparator) + runtimeName, C::simulators,
               Safety::review, node->size,

@@ -21,11 +21,12 @@ struct SimulatorDevice {
 };
 
 struct SimulatorRuntime {
-  std::string identifier;
+  std::string identifier;  // the installed image's own, which `simctl runtime delete` takes
   std::string name;
   std::string path;
   int64_t size = 0;
   std::optional<int64_t> lastUsed;
+  std::string runtimeIdentifier;  // the kind of runtime, as its devices name it
   bool operator==(const SimulatorRuntime&) const = default;
 };
 

@@ -19,7 +19,7 @@
 #include <nlohmann/json_fwd.hpp>
 
 #include "kit/cleanup/keep_list.h"
-#include "kit/store/scan_report.h"
+#include "kit/report/scan_report.h"
 
 namespace tallyfin {
 

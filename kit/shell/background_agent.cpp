@@ -13,7 +13,7 @@
 #include "kit/platform/user_folders.h"
 #include "kit/shell/schedule.h"
 #include "kit/store/format.h"
-#include "kit/tools/probe_environment.h"
+#include "kit/platform/probe_environment.h"
 #include "kit/tools/tool_probe.h"
 #include "kit/trash/trash_service.h"
 

@@ -13,9 +13,9 @@
 
 #include "kit/platform/desktop_notifier.h"
 #include "kit/platform/system_log.h"
-#include "kit/scan/scan_pipeline.h"
+#include "kit/pipeline/scan_pipeline.h"
 #include "kit/shell/preferences.h"
-#include "kit/trash/trasher.h"
+#include "kit/platform/trasher.h"
 
 namespace tallyfin {
 

@@ -6,7 +6,7 @@
 #include "kit/base/paths.h"
 #include "kit/base/small_file.h"
 #include "kit/platform/user_folders.h"
-#include "kit/store/atomic_file.h"
+#include "kit/base/atomic_file.h"
 #include "kit/store/file_lock.h"
 
 namespace tallyfin {

@@ -16,7 +16,7 @@
 #include "kit/base/system_error.h"
 #include "kit/platform/system_log.h"
 #include "kit/platform/user_folders.h"
-#include "kit/store/atomic_file.h"
+#include "kit/base/atomic_file.h"
 #include "kit/store/file_lock.h"
 
 namespace tallyfin {

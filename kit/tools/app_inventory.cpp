@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "kit/tools/probe_environment.h"
+#include "kit/platform/probe_environment.h"
 
 namespace tallyfin {
 

@@ -9,7 +9,7 @@
 #include <string_view>
 #include <vector>
 
-#include "kit/tools/app_locations.h"
+#include "kit/cleanup/app_locations.h"
 #include "kit/trash/trash_service.h"
 
 namespace tallyfin {

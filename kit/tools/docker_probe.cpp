@@ -12,8 +12,8 @@
 #include "kit/base/decimal_size.h"
 #include "kit/base/paths.h"
 #include "kit/base/subfolders.h"
-#include "kit/tools/probe_environment.h"
-#include "kit/tools/spawned.h"
+#include "kit/platform/probe_environment.h"
+#include "kit/platform/spawned.h"
 
 namespace tallyfin {
 namespace {

@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "kit/tools/file_facts.h"
-#include "kit/tools/plist_values.h"
+#include "kit/base/plist_values.h"
 
 namespace tallyfin {
 namespace {

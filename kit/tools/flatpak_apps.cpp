@@ -8,8 +8,8 @@
 #include "kit/base/text.h"
 #include "kit/base/tree_walk.h"
 #include "kit/scan/path_size.h"
-#include "kit/tools/probe_environment.h"
-#include "kit/tools/spawned.h"
+#include "kit/platform/probe_environment.h"
+#include "kit/platform/spawned.h"
 
 namespace tallyfin::Flatpak {
 std::vector<std::string> cliPaths() { return {"/usr/bin/flatpak", "/usr/local/bin/flatpak"}; }

@@ -5,8 +5,8 @@
 #include "kit/base/saturating.h"
 #include "kit/base/text.h"
 #include "kit/platform/system_memory.h"
-#include "kit/tools/probe_environment.h"
-#include "kit/tools/spawned.h"
+#include "kit/platform/probe_environment.h"
+#include "kit/platform/spawned.h"
 
 namespace tallyfin {
 namespace {

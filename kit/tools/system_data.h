@@ -11,7 +11,7 @@
 #include <vector>
 
 #include "kit/cleanup/cleanup_item.h"
-#include "kit/store/scan_report.h"
+#include "kit/report/scan_report.h"
 
 namespace tallyfin {
 

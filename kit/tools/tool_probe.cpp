@@ -10,8 +10,8 @@
 #include "kit/cleanup/cleanup_rules.h"
 #include "kit/store/format.h"
 #include "kit/tools/ai_models.h"
-#include "kit/tools/probe_environment.h"
-#include "kit/tools/spawned.h"
+#include "kit/platform/probe_environment.h"
+#include "kit/platform/spawned.h"
 
 namespace tallyfin::ToolProbe {
 namespace {
@@ -58,7 +58,8 @@ std::vector<SimulatorRuntime> simulatorRuntimes(std::string_view json) {
     const int64_t size = runtime.contains("sizeBytes") && runtime["sizeBytes"].is_number_integer()
                              ? std::max<int64_t>(runtime["sizeBytes"].get<int64_t>(), 0)
                              : 0;
-    runtimes.push_back({identifier, name, text(runtime, "path"), size, date(runtime, "lastUsedAt")});
+    runtimes.push_back({identifier, name, text(runtime, "path"), size, date(runtime, "lastUsedAt"),
+                        text(runtime, "runtimeIdentifier")});
   }
   std::sort(runtimes.begin(), runtimes.end(), [](const auto& a, const auto& b) { return a.size > b.size; });
   return runtimes;

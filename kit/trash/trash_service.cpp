@@ -13,7 +13,7 @@
 #include "kit/cleanup/cleanup_rules.h"
 #include "kit/cleanup/keep_list.h"
 #include "kit/platform/trash_location.h"
-#include "kit/tools/app_locations.h"
+#include "kit/cleanup/app_locations.h"
 #include "kit/trash/refusal_rules.h"
 #include "kit/platform/system_words.h"
 

@@ -14,7 +14,7 @@
 #include "kit/scan/disk_node.h"
 #include "kit/store/store.h"
 #include "kit/trash/journal.h"
-#include "kit/trash/trasher.h"
+#include "kit/platform/trasher.h"
 
 namespace tallyfin {
 

@@ -7,7 +7,7 @@
 #include <filesystem>
 
 #include "kit/base/paths.h"
-#include "kit/store/atomic_file.h"
+#include "kit/base/atomic_file.h"
 #include "kit/tools/file_facts.h"
 #include "kit/update/web_fetch.h"
 

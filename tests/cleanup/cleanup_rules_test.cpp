@@ -155,7 +155,8 @@ TEST(CleanupRules, ProjectJunkToolsWorktreesAndInstallers) {
   ToolSnapshot tools;
   tools.devices.push_back({"UDID-1", "iPhone 15", "com.apple.CoreSimulator.SimRuntime.iOS-17-2",
                            false, 1'700'000'000});
-  tools.runtimes.push_back({"rt.iOS-17-2", "iOS 17.2", "/Library/Developer/rt", 7 * MiB, {}});
+  tools.runtimes.push_back({"rt.iOS-17-2", "iOS 17.2", "/Library/Developer/rt", 7 * MiB, {},
+                            "com.apple.CoreSimulator.SimRuntime.iOS-17-2"});
   tools.ollama.push_back({"llama3:8b", 9 * MiB, 1'700'000'001});
   const std::vector<ProjectJunk> junk = {
       {app + "/node_modules", 8 * MiB, 1234, ProjectJunkKind::nodeModules},

@@ -5,7 +5,7 @@
 #include <nlohmann/json.hpp>
 
 #include "kit/base/clock.h"
-#include "kit/scan/scan_pipeline.h"
+#include "kit/pipeline/scan_pipeline.h"
 #include "kit/store/format.h"
 #include "tests/support/file_content.h"
 #include "tests/support/temp_folder.h"

@@ -3,7 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "kit/cleanup/keep_list.h"
-#include "kit/tools/app_locations.h"
+#include "kit/cleanup/app_locations.h"
 #include "kit/trash/refusal_rules.h"
 #include "tests/support/app_bundle.h"
 #include "tests/trash/trash_fixture.h"

@@ -11,7 +11,7 @@
 #include <chrono>
 #include <thread>
 
-#include "kit/tools/spawned.h"
+#include "kit/platform/spawned.h"
 #include "kit/update/fetch_address.h"
 #include "tests/support/process.h"
 #include "tests/support/temp_folder.h"

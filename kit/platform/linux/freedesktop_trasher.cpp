@@ -18,7 +18,7 @@
 #include "kit/base/system_error.h"
 #include "kit/platform/trash_location.h"
 #include "kit/base/text.h"
-#include "kit/trash/trasher.h"
+#include "kit/platform/trasher.h"
 
 namespace tallyfin {
 namespace {

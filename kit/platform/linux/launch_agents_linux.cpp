@@ -11,9 +11,9 @@
 #include "kit/platform/launch_agents.h"
 #include "kit/platform/processes.h"
 #include "kit/platform/user_folders.h"
-#include "kit/store/atomic_file.h"
-#include "kit/tools/probe_environment.h"
-#include "kit/tools/spawned.h"
+#include "kit/base/atomic_file.h"
+#include "kit/platform/probe_environment.h"
+#include "kit/platform/spawned.h"
 
 namespace tallyfin::platform {
 namespace {

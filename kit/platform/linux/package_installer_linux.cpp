@@ -3,8 +3,8 @@
 #include "kit/base/text.h"
 #include "kit/platform/package_installer.h"
 #include "kit/platform/user_folders.h"
-#include "kit/tools/probe_environment.h"
-#include "kit/tools/spawned.h"
+#include "kit/platform/probe_environment.h"
+#include "kit/platform/spawned.h"
 
 namespace tallyfin::platform {
 namespace {

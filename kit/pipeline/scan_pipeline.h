@@ -15,7 +15,7 @@
 #include "kit/history/notification_policy.h"
 #include "kit/scan/scan_configuration.h"
 #include "kit/scan/scan_progress.h"
-#include "kit/store/scan_report.h"
+#include "kit/report/scan_report.h"
 #include "kit/store/store.h"
 
 namespace tallyfin {

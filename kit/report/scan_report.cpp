@@ -1,4 +1,4 @@
-#include "kit/store/scan_report.h"
+#include "kit/report/scan_report.h"
 
 #include <sys/stat.h>
 

@@ -1,4 +1,4 @@
-#include "kit/scan/scan_pipeline.h"
+#include "kit/pipeline/scan_pipeline.h"
 
 #include <chrono>
 #include <condition_variable>

@@ -1,4 +1,4 @@
-#include "kit/tools/spawned.h"
+#include "kit/platform/spawned.h"
 
 #include <fcntl.h>
 #include <poll.h>

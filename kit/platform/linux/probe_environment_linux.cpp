@@ -1,4 +1,4 @@
-#include "kit/tools/probe_environment.h"
+#include "kit/platform/probe_environment.h"
 
 #include <unistd.h>
 

@@ -1,4 +1,4 @@
-#include "kit/tools/app_locations.h"
+#include "kit/cleanup/app_locations.h"
 
 #include <sys/stat.h>
 
@@ -8,7 +8,7 @@
 #include "kit/base/paths.h"
 #include "kit/base/small_file.h"
 #include "kit/base/text.h"
-#include "kit/tools/plist_values.h"
+#include "kit/base/plist_values.h"
 #include "kit/platform/system_words.h"
 
 namespace tallyfin::AppUninstaller {

@@ -1,4 +1,4 @@
-#include "kit/tools/plist_values.h"
+#include "kit/base/plist_values.h"
 
 #include <cstdlib>
 

@@ -1,4 +1,4 @@
-#include "kit/store/atomic_file.h"
+#include "kit/base/atomic_file.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
