@@ -156,11 +156,12 @@ std::string optionLines(const std::vector<OptionDoc>& options) {
 
 }  // namespace
 
-std::string exitCodeSentence() {
-  std::string codes = "Exit codes:";
-  for (const auto& [code, meaning] : exitCodes()) codes += " " + std::to_string(code) + " " + std::string(meaning) + ",";
-  codes.back() = '.';
-  return codes;
+std::string exitCodeLines() {
+  std::string lines = "Exit codes:\n";
+  for (const auto& [code, meaning] : exitCodes()) {
+    lines += "  " + column(std::to_string(code), 3) + std::string(meaning) + "\n";
+  }
+  return lines;
 }
 
 const std::vector<CommandDoc>& commandTable() {
@@ -201,7 +202,7 @@ const std::vector<std::pair<int, std::string_view>>& exitCodes() {
       {1, "the scan or the command failed (undo: not everything came back)"},
       {2, "another scan is running (the app, a scheduled scan or another tallyfin)"},
       {3, "no saved report or history to read"},
-      {10, "update: a newer release is available"},
+      {10, "a newer release is available (update)"},
       {64, "bad arguments"},
   };
   return codes;
@@ -222,7 +223,7 @@ std::string helpText() {
   text += "\nOptions (anywhere on the line, before or after the command):\n" + optionLines(globalOptions());
   text += "\nRun tallyfin COMMAND --help for a command's own help and options.\n"
           "Nothing is ever deleted: cleanups go to the Trash and can be undone (tallyfin undo).\n" +
-          wrapped(exitCodeSentence(), 78, 0) + "\n";
+          exitCodeLines();
   return text;
 }
 
@@ -237,7 +238,7 @@ std::string commandHelpText(const CommandDoc& command) {
     if (option.bit & command.globals) options.push_back(option);
   }
   options.push_back(globalOptions()[globalOptions().size() - 2]);  // --help
-  text += "\nOptions:\n" + optionLines(options) + "\n" + wrapped(exitCodeSentence(), 78, 0) + "\n";
+  text += "\nOptions:\n" + optionLines(options) + "\n" + exitCodeLines();
   return text;
 }
 

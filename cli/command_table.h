@@ -57,8 +57,8 @@ std::string synopsis(const CommandDoc& command);
 // One line per exit code: "0  ok".
 const std::vector<std::pair<int, std::string_view>>& exitCodes();
 
-// "Exit codes: 0 ok, 1 …, 64 bad arguments."
-std::string exitCodeSentence();
+// "Exit codes:" and one line per code: "  0  ok".
+std::string exitCodeLines();
 
 // What `tallyfin --help` prints.
 std::string helpText();

@@ -1,7 +1,6 @@
 #include "cli/options.h"
 
 #include <algorithm>
-#include <array>
 #include <charconv>
 
 #include "cli/command_table.h"

@@ -113,6 +113,14 @@ TEST_F(KeepAndHistory, HistoryShowsTheScansTheGrowthAndTheForecast) {
       << text.out;
   // 1 GB every two days.
   EXPECT_NE(text.out.find("+2.00 GB  ~/models/llama (3.50 GB per week)"), std::string::npos) << text.out;
+
+  // On a terminal (script gives it one), a sparkline from the lowest to the highest used space.
+  if (testing::pathExists("/usr/bin/script")) {
+    const auto terminal = testing::runShell(
+        std::string("script -qec '") + TALLYFIN_BINARY + " history' /dev/null", home.path());
+    EXPECT_EQ(terminal.exitCode, 0) << terminal.err;
+    EXPECT_NE(terminal.out.find("  Used space: \u2581\u2585\u2588"), std::string::npos) << terminal.out;
+  }
 }
 
 TEST_F(KeepAndHistory, HistoryListsWhatChangedSinceThePreviousScan) {

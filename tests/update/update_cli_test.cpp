@@ -160,7 +160,7 @@ TEST_F(UpdateCommand, HelpAndBadArguments) {
                                              {"update", "--download", "--if-due"},
                                              {"update", "--feed"},
                                              {"--check"},
-                                             {"--json", "update"},
+                                             {"update", "--root", "/tmp/x"},
                                              {"update", "--store", "/tmp/x"}}) {
     const auto run = tallyfin(bad);
     EXPECT_EQ(run.exitCode, 64) << bad.back();
