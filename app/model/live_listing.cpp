@@ -21,7 +21,7 @@ Expected<DiskNode, std::string> listFolder(const std::string& path, const std::s
   configuration.workerCount = kWorkers;
   auto scanned = Scanner(std::move(configuration)).run(cancel);
   if (!scanned) return fail(scanned.error().message());
-  return anchor(std::move(scanned->tree), path);
+  return std::move(scanned->tree);  // anchored at "/" by the scanner
 }
 
 }  // namespace tallyfin::app

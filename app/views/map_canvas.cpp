@@ -127,10 +127,13 @@ QPointF MapCanvas::pointOf(size_t index) const {
           const double radius = (shape.ring.innerRadius + shape.ring.outerRadius) / 2;
           return f.toWidget({std::sin(angle) * radius, -std::cos(angle) * radius});
         } else if constexpr (std::is_same_v<Layout, map::TreemapLayout>) {
-          return f.toWidgetRect(shape.rect).center();
+          // A folder shows in its name band; its children cover the rest.
+          return f.toWidgetRect(shape.content.empty() ? shape.rect : map::headerBand(shape)).center();
         } else {
+          // A building's roof; a block's rim at its nearest corner, in front of what stands on it.
           const auto& top = map::project(shape.box).top;
-          return f.toWidget({(top[0].x + top[2].x) / 2, (top[0].y + top[2].y) / 2});
+          const double inward = shape.block ? 0.01 : 0.5;
+          return f.toWidget({top[2].x + (top[0].x - top[2].x) * inward, top[2].y + (top[0].y - top[2].y) * inward});
         }
       },
       picture_->layout);
