@@ -49,9 +49,9 @@ TEST_F(Installed, TheBinaryRunsFromThePrefix) {
 }
 
 TEST_F(Installed, TheManPageRendersEveryCommand) {
-  const std::string page = at("share/man/man1/tallyfin.1");
+  const std::string page = at("share/man/man1/tallyfin.1.gz");
   ASSERT_TRUE(testing::pathExists(page));
-  const auto checked = testing::runShell("groff -man -Tutf8 -ww -z " + page, at(""));
+  const auto checked = testing::runShell("zcat " + page + " | groff -man -Tutf8 -ww -z", at(""));
   EXPECT_EQ(checked.exitCode, 0);
   EXPECT_EQ(checked.err, "") << "groff warns";
   const auto shown = testing::runShell("MANWIDTH=100 man -l " + page, at(""));

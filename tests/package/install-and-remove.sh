@@ -40,7 +40,7 @@ missing=$(comm -23 "$work/installed" "$work/packaged")
 # The test's own home, so the program never reads or writes the machine's real one.
 HOME="$work/home" XDG_CONFIG_HOME="$work/home/.config" XDG_DATA_HOME="$work/home/.local/share" \
   tallyfin --version | grep -qx "tallyfin $version" || fail "the installed tallyfin --version does not say $version"
-[ -f /usr/share/man/man1/tallyfin.1.gz ] || [ -f /usr/share/man/man1/tallyfin.1 ] || fail "the package installed no tallyfin(1) man page"
+[ -f /usr/share/man/man1/tallyfin.1.gz ] || fail "the package installed no tallyfin(1) man page"
 for program in /usr/bin/tallyfin /usr/bin/tallyfin-app; do
   unresolved=$(ldd "$program" | grep 'not found' || true)
   [ -z "$unresolved" ] || fail "$program needs libraries the package's Depends did not bring: $unresolved"
