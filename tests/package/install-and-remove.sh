@@ -21,7 +21,8 @@ if dpkg-query -W -f='${Status}' tallyfin 2>/dev/null | grep -q 'ok installed'; t
 fi
 
 package=$(scripts/package.sh)
-version=$(basename "$package" | cut -d_ -f2)
+# The upstream version: the file name's second field, without the Debian revision.
+version=$(basename "$package" | cut -d_ -f2 | sed 's/-[^-]*$//')
 work=$(mktemp -d)
 trap 'dpkg --purge tallyfin >/dev/null 2>&1 || true; rm -rf "$work"' EXIT
 export DEBIAN_FRONTEND=noninteractive
