@@ -20,6 +20,7 @@
 
 #include "app/model/app_model.h"
 #include "app/tests/app_home.h"
+#include "app/tests/find_widget.h"
 #include "app/views/cleanup_screen.h"
 #include "app/views/cleanup_tree_model.h"
 #include "app/views/large_files_screen.h"
@@ -32,6 +33,7 @@ namespace {
 
 using testing::AppHome;
 using testing::eventually;
+using testing::find;
 using tallyfin::testing::pathExists;
 
 // A home scanned by the command line, and the app's window open on it.
@@ -43,13 +45,6 @@ class OpenWindow : public ::testing::Test {
     ASSERT_TRUE(QTest::qWaitForWindowExposed(&window));
     model.scanner().load();
     ASSERT_TRUE(eventually([&] { return !model.cleanup().empty(); }));
-  }
-
-  template <class Widget>
-  Widget* find(QWidget* in, const QString& name) {
-    auto* found = in->findChild<Widget*>(name);
-    if (!found) ADD_FAILURE() << "no " << name.toStdString();
-    return found;
   }
 
   QString noticeText() { return find<QLabel>(&window, "noticeText")->text(); }

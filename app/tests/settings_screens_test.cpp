@@ -17,6 +17,7 @@
 
 #include "app/model/app_model.h"
 #include "app/tests/app_home.h"
+#include "app/tests/find_widget.h"
 #include "app/views/agents_screen.h"
 #include "app/views/automation_panel.h"
 #include "app/views/copy_block.h"
@@ -34,6 +35,7 @@ namespace {
 
 using testing::AppHome;
 using testing::eventually;
+using testing::find;
 
 class SettingsWindow : public ::testing::Test {
  protected:
@@ -49,13 +51,6 @@ class SettingsWindow : public ::testing::Test {
   Screen* open(Route route) {
     model.setRoute(route);
     return qobject_cast<Screen*>(window.screen(route));
-  }
-
-  template <class Widget>
-  Widget* find(QWidget* in, const QString& name) {
-    auto* found = in->findChild<Widget*>(name);
-    if (!found) ADD_FAILURE() << "no " << name.toStdString();
-    return found;
   }
 
   QString notice() { return find<QLabel>(&window, "noticeText")->text(); }

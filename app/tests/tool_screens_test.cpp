@@ -13,6 +13,7 @@
 
 #include "app/model/app_model.h"
 #include "app/tests/app_home.h"
+#include "app/tests/find_widget.h"
 #include "app/views/apps_screen.h"
 #include "app/views/docker_screen.h"
 #include "app/views/duplicates_screen.h"
@@ -29,6 +30,7 @@ using tallyfin::testing::MiB;
 using tallyfin::testing::pathExists;
 using testing::AppHome;
 using testing::eventually;
+using testing::find;
 
 // A scanned home with a project, two copies of a download, two apps and a docker
 // that answers, and the window open on it.
@@ -68,13 +70,6 @@ class ToolWindow : public ::testing::Test {
   Screen* open(Route route) {
     model.setRoute(route);
     return qobject_cast<Screen*>(window.screen(route));
-  }
-
-  template <class Widget>
-  Widget* find(QWidget* in, const QString& name) {
-    auto* found = in->findChild<Widget*>(name);
-    if (!found) ADD_FAILURE() << "no " << name.toStdString();
-    return found;
   }
 
   // Agrees to the confirmation the last click opened, once it shows; how many items it listed.

@@ -82,12 +82,7 @@ AIModelsScreen::AIModelsScreen(AppModel& model, QWidget* parent)
   lowerLayout->addWidget(twiceHeading_);
   lowerLayout->addWidget(twiceNote_);
   lowerLayout->addWidget(twice_, 1);
-  auto* split = new QSplitter(Qt::Vertical, this);
-  split->addWidget(upper);
-  split->addWidget(lower);
-  split->setStretchFactor(0, 3);
-  split->setStretchFactor(1, 2);
-  split->setChildrenCollapsible(false);
+  QSplitter* split = listAboveDetails(upper, lower, this);
 
   auto* layout = new QVBoxLayout(this);
   layout->setContentsMargins(24, 18, 24, 18);

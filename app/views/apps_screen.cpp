@@ -112,12 +112,7 @@ AppsScreen::AppsScreen(AppModel& model, QWidget* parent)
   removedRow->addWidget(removeLeftovers_);
   lowerLayout->addLayout(removedRow);
 
-  auto* split = new QSplitter(Qt::Vertical, this);
-  split->addWidget(upper);
-  split->addWidget(lower);
-  split->setStretchFactor(0, 3);
-  split->setStretchFactor(1, 2);
-  split->setChildrenCollapsible(false);
+  QSplitter* split = listAboveDetails(upper, lower, this);
 
   auto* layout = new QVBoxLayout(this);
   layout->setContentsMargins(24, 18, 24, 18);

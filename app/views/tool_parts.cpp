@@ -113,6 +113,16 @@ ToolListModel::Cell textCell(const std::optional<std::string>& text, const QStri
   return {text ? qstr(*text) : missing, {}};
 }
 
+QSplitter* listAboveDetails(QWidget* list, QWidget* details, QWidget* parent) {
+  auto* split = new QSplitter(Qt::Vertical, parent);
+  split->addWidget(list);
+  split->addWidget(details);
+  split->setStretchFactor(0, 3);
+  split->setStretchFactor(1, 2);
+  split->setChildrenCollapsible(false);
+  return split;
+}
+
 QLabel* stateLine(QWidget* parent) {
   QLabel* line = textLine({}, parent);
   line->setObjectName("toolState");

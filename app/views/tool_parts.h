@@ -5,6 +5,7 @@
 // the lists are made of.
 
 #include <QSortFilterProxyModel>
+#include <QSplitter>
 #include <QTreeView>
 #include <QWidget>
 #include <cstdint>
@@ -78,5 +79,8 @@ ToolListModel::Cell textCell(const std::optional<std::string>& text,
 
 // A label for what a screen is doing or lacks: loading, nothing found, what to do next.
 QLabel* stateLine(QWidget* parent);
+
+// A screen's main list above its details, the list taking three fifths; neither collapses.
+QSplitter* listAboveDetails(QWidget* list, QWidget* details, QWidget* parent);
 
 }  // namespace tallyfin::app
