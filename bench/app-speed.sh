@@ -4,8 +4,8 @@
 # from the window (longest main-thread stall, and how much of it was the main
 # thread's own work), then RUNS cold starts of the app until the window has drawn
 # the report that the scans saved. Prints one JSON line per run.
-# The fixture is built under $TFBENCH (default /tmp/tfbench) and removed afterwards
-# unless it was there before (it takes about 24 GB).
+# The fixture is $TFTREE, or else built under $TFBENCH (default /tmp/tfbench) and
+# removed afterwards unless it was there before (it takes about 24 GB).
 # Needs: a bench build (cmake --preset bench && cmake --build --preset bench)
 # and ../shared/bench beside the repository.
 set -eu
@@ -14,7 +14,7 @@ HERE=$(cd "$(dirname "$0")" && pwd)
 REPO=$(dirname "$HERE")
 SHARED=$REPO/../shared/bench
 WORK=${TFBENCH:-/tmp/tfbench}
-TREE=$WORK/h1m
+TREE=${TFTREE:-$WORK/h1m}
 SPEED=$REPO/build/bench/bench/tallyfin-app-speed
 
 [ -x "$SPEED" ] || { echo "app-speed: build the bench preset first" >&2; exit 1; }
