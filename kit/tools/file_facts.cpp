@@ -1,7 +1,6 @@
 #include "kit/tools/file_facts.h"
 
 #include <fcntl.h>
-#include <openssl/evp.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -13,32 +12,10 @@
 #include <vector>
 
 #include "kit/platform/file_storage.h"
+#include "kit/tools/sha256.h"
 
 namespace tallyfin {
 namespace {
-
-// One SHA-256 computation through OpenSSL's EVP interface.
-class Sha256 {
- public:
-  Sha256() : context_(EVP_MD_CTX_new(), EVP_MD_CTX_free) {
-    EVP_DigestInit_ex(context_.get(), EVP_sha256(), nullptr);
-  }
-  void add(const void* data, size_t length) { EVP_DigestUpdate(context_.get(), data, length); }
-  void addSize(int64_t size) {
-    unsigned char bytes[8];
-    for (int i = 0; i < 8; ++i) bytes[i] = static_cast<unsigned char>(static_cast<uint64_t>(size) >> (8 * i));
-    add(bytes, sizeof bytes);
-  }
-  std::string finish() {
-    unsigned char digest[EVP_MAX_MD_SIZE];
-    unsigned int length = 0;
-    EVP_DigestFinal_ex(context_.get(), digest, &length);
-    return FileFacts::hex({digest, length});
-  }
-
- private:
-  std::unique_ptr<EVP_MD_CTX, decltype(&EVP_MD_CTX_free)> context_;
-};
 
 // The caller's watch with a page ledger: the caller's own, or one of this call's
 // that drops what the call brought into the cache when the call is done.
@@ -54,11 +31,17 @@ class SparingWatch {
   ReadWatch watch_;
 };
 
+// The block buffer of this thread's hashing, kept from file to file: a fresh one
+// for every file cost more in page faults and zeroing than the reading.
+std::span<char> blockBuffer() {
+  thread_local const auto buffer = std::make_unique_for_overwrite<char[]>(FileFacts::kBlock);
+  return {buffer.get(), static_cast<size_t>(FileFacts::kBlock)};
+}
+
 // Adds up to `length` bytes at `offset` to the hash; false on a read error.
-bool addRange(const ReadableFile& file, Sha256& hash, int64_t offset, int64_t length,
-              std::vector<char>& buffer, const ReadWatch& watch) {
-  const auto wanted = static_cast<size_t>(std::min<int64_t>(length, static_cast<int64_t>(buffer.size())));
-  const auto count = file.read(offset, std::span<char>(buffer.data(), wanted), watch);
+bool addRange(const ReadableFile& file, Sha256& hash, int64_t offset, int64_t length, const ReadWatch& watch) {
+  const std::span<char> buffer = blockBuffer().first(static_cast<size_t>(std::min(length, FileFacts::kBlock)));
+  const auto count = file.read(offset, buffer, watch);
   if (!count) return false;
   hash.add(buffer.data(), *count);
   return true;
@@ -83,11 +66,10 @@ std::optional<std::string> hashSamples(const std::string& path, int64_t size, co
   auto file = FileFacts::openForReading(path);
   if (!file) return std::nullopt;
   file->willSample();
-  std::vector<char> buffer(FileFacts::kBlock);
   Sha256 hash;
   hash.addSize(size);
   for (const auto& [offset, length] : ranges) {
-    if (!addRange(*file, hash, offset, length, buffer, watch)) return std::nullopt;
+    if (!addRange(*file, hash, offset, length, watch)) return std::nullopt;
   }
   return hash.finish();
 }
@@ -98,7 +80,7 @@ std::optional<std::string> hashWhole(const std::string& path, const ReadWatch& g
   auto file = FileFacts::openForReading(path);
   if (!file) return std::nullopt;
   file->willReadWhole(watch);
-  std::vector<char> buffer(FileFacts::kBlock);
+  const std::span<char> buffer = blockBuffer();
   Sha256 hash;
   for (int64_t offset = 0;;) {
     const auto count = file->read(offset, buffer, watch);
@@ -163,31 +145,6 @@ std::optional<std::string> FileFacts::fingerprint(const std::string& path, int64
 std::optional<std::string> FileFacts::headHash(const std::string& path, int64_t size,
                                                const ReadWatch& watch) {
   return hashSamples(path, size, {{0, kHead}}, watch);
-}
-
-std::optional<FileFacts::SmallFileHashes> FileFacts::smallFileHashes(const std::string& path, int64_t size,
-                                                                     const ReadWatch& given) {
-  const SparingWatch sparing(given);
-  const ReadWatch& watch = sparing.get();
-  if (size > kWholeFileLimit) return std::nullopt;
-  auto file = openForReading(path);
-  if (!file) return std::nullopt;
-  // One byte more than expected shows a file that grew since it was listed.
-  std::vector<char> content(static_cast<size_t>(size) + 1);
-  const auto count = file->read(0, content, watch);
-  if (!count) return std::nullopt;
-  const auto length = static_cast<int64_t>(*count);
-  if (length > size) return std::nullopt;
-  Sha256 whole;
-  whole.add(content.data(), *count);
-  // The same bytes the fingerprint's samples read, taken from memory.
-  Sha256 fingerprint;
-  fingerprint.addSize(size);
-  for (const int64_t offset : fingerprintOffsets(size)) {
-    const int64_t start = std::min(offset, length);
-    fingerprint.add(content.data() + start, static_cast<size_t>(std::min(kBlock, length - start)));
-  }
-  return SmallFileHashes{fingerprint.finish(), whole.finish()};
 }
 
 std::optional<std::string> FileFacts::sampledHash(const std::string& path, int64_t size,

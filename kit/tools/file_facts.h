@@ -71,12 +71,6 @@ class FileFacts {
   static constexpr int kMiddleSamples = 48;
   static constexpr int64_t kHead = 65'536;
 
-  // The fingerprint and the SHA-256 of the whole content of a small file, from one read.
-  struct SmallFileHashes {
-    std::string fingerprint;
-    std::string whole;  // which is also its sampled and its full hash
-  };
-
   // A regular file, never through a link, never one whose reading would download it.
   static std::optional<ReadableFile> openForReading(const std::string& path);
 
@@ -88,11 +82,6 @@ class FileFacts {
   // SHA-256 of the size and three 1 MiB samples: start, middle, end.
   static std::optional<std::string> fingerprint(const std::string& path, int64_t size,
                                                 const ReadWatch& watch = {});
-
-  // For a file of at most 8 MiB: both hashes with every byte read once, where the
-  // samples of a fingerprint would overlap or be followed by a whole read anyway.
-  static std::optional<SmallFileHashes> smallFileHashes(const std::string& path, int64_t size,
-                                                        const ReadWatch& watch = {});
 
   // The whole file up to 8 MiB; beyond, the size, the first and last MiB and 48
   // samples of 64 KiB between them.

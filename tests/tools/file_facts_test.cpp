@@ -70,19 +70,9 @@ TEST(FileFacts, SampledHashReadsWholeSmallFilesAndFiftySamplesOfLargeOnes) {
   EXPECT_EQ(FileFacts::sha256(dir / "large"), sha256sum(dir / "large"));
 }
 
-TEST(FileFacts, OneReadOfASmallFileGivesTheSameHashesAsTheSamples) {
+TEST(FileFacts, TheHeadHashCoversTheSizeAndTheFirst64KiB) {
   TempFolder dir;
-  for (const int64_t size : {int64_t{10}, MiB + MiB / 2, 3 * MiB + 7, 8 * MiB}) {
-    patternFile(dir / "f", size);
-    const auto both = FileFacts::smallFileHashes(dir / "f", size);
-    ASSERT_TRUE(both.has_value()) << size;
-    EXPECT_EQ(both->fingerprint, FileFacts::fingerprint(dir / "f", size)) << size;
-    EXPECT_EQ(both->whole, FileFacts::sha256(dir / "f")) << size;
-  }
   patternFile(dir / "f", 8 * MiB + 1);
-  EXPECT_FALSE(FileFacts::smallFileHashes(dir / "f", 8 * MiB + 1).has_value());
-  EXPECT_FALSE(FileFacts::smallFileHashes(dir / "f", 8 * MiB).has_value());  // it grew since
-
   EXPECT_EQ(FileFacts::headHash(dir / "f", 8 * MiB + 1),
             referenceHash(dir, dir / "f", 8 * MiB + 1, {{0, FileFacts::kHead}}));
 }
