@@ -53,11 +53,19 @@ class ProgressMeter {
   DuplicateProgress progress_;
 };
 
+// What one stage's reading of a file leaves for the next: the beginning of its
+// dense hash, good while the file stays the version it was read as.
+struct Carry {
+  std::optional<std::string> version;
+  std::optional<Sha256> sampledStart;
+};
+using Carries = std::map<const DuplicateCandidate*, Carry>;
+
 // One way of hashing a file, with what it is expected to read.
 struct Stage {
   DuplicateCache::Kind (*kind)(int64_t size);  // the hash that sorts files at this stage
   int64_t (*planned)(int64_t size);
-  DuplicateCache::Hashes (*compute)(const std::string& path, int64_t size, const ReadWatch& watch);
+  DuplicateCache::Hashes (*compute)(const std::string& path, int64_t size, const ReadWatch& watch, Carry* carry);
 
   bool readsWhole(int64_t size) const {
     return kind(size) != DuplicateCache::Kind::head && size <= FileFacts::kWholeFileLimit;
@@ -72,7 +80,7 @@ DuplicateCache::Hashes only(DuplicateCache::Kind kind, std::optional<std::string
 const Stage kHeadStage{
     [](int64_t) { return DuplicateCache::Kind::head; },
     [](int64_t size) { return std::min(size, FileFacts::kHead); },
-    [](const std::string& path, int64_t size, const ReadWatch& watch) {
+    [](const std::string& path, int64_t size, const ReadWatch& watch, Carry*) {
       return only(DuplicateCache::Kind::head, FileFacts::headHash(path, size, watch));
     }};
 
@@ -84,20 +92,28 @@ const Stage kFingerprintStage{
       return size <= FileFacts::kWholeFileLimit ? DuplicateCache::Kind::sampled : DuplicateCache::Kind::fingerprint;
     },
     [](int64_t size) { return size <= FileFacts::kWholeFileLimit ? size : kFingerprintBytes; },
-    [](const std::string& path, int64_t size, const ReadWatch& watch) {
+    [](const std::string& path, int64_t size, const ReadWatch& watch, Carry* carry) {
       if (size > FileFacts::kWholeFileLimit) {
-        return only(DuplicateCache::Kind::fingerprint, FileFacts::fingerprint(path, size, watch));
+        if (carry) carry->version = FileFacts::identity(path);
+        return only(DuplicateCache::Kind::fingerprint,
+                    FileFacts::fingerprint(path, size, watch, carry ? &carry->sampledStart : nullptr));
       }
       const auto whole = FileFacts::sampledHash(path, size, watch);
       if (!whole) return DuplicateCache::Hashes{};
       return DuplicateCache::Hashes{{DuplicateCache::Kind::sampled, *whole}, {DuplicateCache::Kind::full, *whole}};
     }};
 
+// Goes on from the fingerprint's reading where it can: the first and last MiB are
+// not read again.
 const Stage kSampledStage{
     [](int64_t) { return DuplicateCache::Kind::sampled; },
     [](int64_t size) { return std::min(size, kSampledBytes); },
-    [](const std::string& path, int64_t size, const ReadWatch& watch) {
-      return only(DuplicateCache::Kind::sampled, FileFacts::sampledHash(path, size, watch));
+    [](const std::string& path, int64_t size, const ReadWatch& watch, Carry* carry) {
+      std::optional<Sha256> started;
+      if (carry && carry->sampledStart && carry->version && FileFacts::identity(path) == carry->version) {
+        started = std::move(carry->sampledStart);
+      }
+      return only(DuplicateCache::Kind::sampled, FileFacts::sampledHash(path, size, watch, std::move(started)));
     }};
 
 void addToStats(const DuplicateSearch& search, const std::function<void(DuplicateStats::Counts&)>& change) {
@@ -123,8 +139,11 @@ void forEachInParallel(size_t count, const std::function<void(size_t)>& body) {
 // the search was cancelled first.
 Hashes hashAll(const std::vector<const DuplicateCandidate*>& files, const Stage& stage,
                const DuplicateSearch& search, DuplicateCache& cache, ProgressMeter& meter,
-               PageCacheLedger& pages) {
-  for (const DuplicateCandidate* file : files) meter.plan(stage.planned(file->size));
+               PageCacheLedger& pages, Carries* carries) {
+  for (const DuplicateCandidate* file : files) {
+    meter.plan(stage.planned(file->size));
+    if (carries) (*carries)[file];  // made here: the workers only look them up
+  }
   Hashes hashes(files.size());
   forEachInParallel(files.size(), [&](size_t i) {
     if (cancelled(search)) return;
@@ -137,8 +156,11 @@ Hashes hashAll(const std::vector<const DuplicateCandidate*>& files, const Stage&
           meter.advance(bytes);
         },
         &pages);
-    hashes[i] = cache.hash(file.path, stage.kind(file.size), [&] { return stage.compute(file.path, file.size, watch); });
-    if (read == 0) meter.advance(stage.planned(file.size));  // known from an earlier run
+    Carry* carry = carries ? &carries->at(&file) : nullptr;
+    hashes[i] = cache.hash(file.path, stage.kind(file.size),
+                           [&] { return stage.compute(file.path, file.size, watch, carry); });
+    // Known from an earlier run, or partly read by the stage before.
+    meter.advance(std::max<int64_t>(stage.planned(file.size) - read, 0));
     if (!hashes[i]) return;
     addToStats(search, [&](DuplicateStats::Counts& counts) {
       counts.bytes += read;
@@ -164,10 +186,11 @@ Groups keepShared(std::map<Key, std::vector<const DuplicateCandidate*>>& byKey) 
 // Splits every group by the stage's hash; files without a hash drop out.
 std::pair<Groups, std::vector<std::string>> regroup(const Groups& groups, const Stage& stage,
                                                     const DuplicateSearch& search, DuplicateCache& cache,
-                                                    ProgressMeter& meter, PageCacheLedger& pages) {
+                                                    ProgressMeter& meter, PageCacheLedger& pages,
+                                                    Carries* carries = nullptr) {
   std::vector<const DuplicateCandidate*> files;
   for (const auto& group : groups) files.insert(files.end(), group.begin(), group.end());
-  const Hashes hashes = hashAll(files, stage, search, cache, meter, pages);
+  const Hashes hashes = hashAll(files, stage, search, cache, meter, pages, carries);
   std::map<std::pair<int64_t, std::string>, std::vector<const DuplicateCandidate*>> byHash;
   for (size_t i = 0; i < files.size(); ++i) {
     if (hashes[i]) byHash[{files[i]->size, *hashes[i]}].push_back(files[i]);
@@ -310,11 +333,21 @@ std::vector<DuplicateGroup> find(const std::vector<DuplicateCandidate>& given,
   PageCacheLedger pages;
   const Groups sameHead = regroup(sameSize, kHeadStage, search, cache, meter, pages).first;
   releaseDropped(sameSize, sameHead, pages);
-  const Groups similar = regroup(sameHead, kFingerprintStage, search, cache, meter, pages).first;
+  // Comparing reads a small file whole anyway: fingerprinting it first would only add hashing.
+  Groups toFingerprint, toCompareNow;
+  for (const auto& group : sameHead) {
+    const bool small = group.front()->size <= FileFacts::kWholeFileLimit;
+    (search.fullHash && small ? toCompareNow : toFingerprint).push_back(group);
+  }
+  // What the fingerprints read of large files goes on into their dense hashes.
+  Carries carries;
+  Carries* carried = search.fullHash ? nullptr : &carries;
+  Groups similar = regroup(toFingerprint, kFingerprintStage, search, cache, meter, pages, carried).first;
+  similar.insert(similar.end(), toCompareNow.begin(), toCompareNow.end());
   releaseDropped(sameHead, similar, pages);
   if (cancelled(search)) return {};
   const auto [identical, hashes] = search.fullHash ? compareFully(similar, search, cache, meter, pages)
-                                                    : regroup(similar, kSampledStage, search, cache, meter, pages);
+                                                    : regroup(similar, kSampledStage, search, cache, meter, pages, carried);
   pages.releaseAll();
 
   std::vector<DuplicateGroup> groups;

@@ -8,6 +8,7 @@
 #include <array>
 #include <cerrno>
 #include <cstring>
+#include <functional>
 #include <memory>
 #include <vector>
 
@@ -38,15 +39,6 @@ std::span<char> blockBuffer() {
   return {buffer.get(), static_cast<size_t>(FileFacts::kBlock)};
 }
 
-// Adds up to `length` bytes at `offset` to the hash; false on a read error.
-bool addRange(const ReadableFile& file, Sha256& hash, int64_t offset, int64_t length, const ReadWatch& watch) {
-  const std::span<char> buffer = blockBuffer().first(static_cast<size_t>(std::min(length, FileFacts::kBlock)));
-  const auto count = file.read(offset, buffer, watch);
-  if (!count) return false;
-  hash.add(buffer.data(), *count);
-  return true;
-}
-
 // Where the three 1 MiB samples of a fingerprint start: beginning, middle, end.
 std::array<int64_t, 3> fingerprintOffsets(int64_t size) {
   const int64_t half = FileFacts::kBlock / 2;
@@ -58,18 +50,29 @@ struct Range {
   int64_t length;  // at most one block
 };
 
-// SHA-256 of the size (8 bytes, little-endian) and then the given ranges, in order.
-std::optional<std::string> hashSamples(const std::string& path, int64_t size, const std::vector<Range>& ranges,
-                                       const ReadWatch& given) {
+// Called after each range is added to a hash, with the bytes it added.
+using RangeHook = std::function<void(size_t index, const Sha256& hash, std::span<const char> bytes)>;
+
+Sha256 startedWithSize(int64_t size) {
+  Sha256 hash;
+  hash.addSize(size);
+  return hash;
+}
+
+// The given ranges added, in order, to `hash` (which usually holds the size).
+std::optional<std::string> hashSamples(const std::string& path, Sha256 hash, const std::vector<Range>& ranges,
+                                       const ReadWatch& given, const RangeHook& hook = {}) {
   const SparingWatch sparing(given);
   const ReadWatch& watch = sparing.get();
   auto file = FileFacts::openForReading(path);
   if (!file) return std::nullopt;
   file->willSample();
-  Sha256 hash;
-  hash.addSize(size);
-  for (const auto& [offset, length] : ranges) {
-    if (!addRange(*file, hash, offset, length, watch)) return std::nullopt;
+  for (size_t i = 0; i < ranges.size(); ++i) {
+    const std::span<char> buffer = blockBuffer().first(static_cast<size_t>(std::min(ranges[i].length, FileFacts::kBlock)));
+    const auto count = file->read(ranges[i].offset, buffer, watch);
+    if (!count) return std::nullopt;
+    hash.add(buffer.data(), *count);
+    if (hook) hook(i, hash, buffer.first(*count));
   }
   return hash.finish();
 }
@@ -135,25 +138,37 @@ std::optional<ReadableFile> FileFacts::openForReading(const std::string& path) {
   return ReadableFile(fd, info.st_size, path);
 }
 
-std::optional<std::string> FileFacts::fingerprint(const std::string& path, int64_t size,
-                                                  const ReadWatch& watch) {
+std::optional<std::string> FileFacts::fingerprint(const std::string& path, int64_t size, const ReadWatch& watch,
+                                                  std::optional<Sha256>* sampledStart) {
   std::vector<Range> ranges;
   for (const int64_t offset : fingerprintOffsets(size)) ranges.push_back({offset, kBlock});
-  return hashSamples(path, size, ranges, watch);
+  // The dense hash of a large file begins with the same first MiB and then takes
+  // the same last one: both are added to it here, so they are read only once.
+  const bool startSampled = sampledStart && size > kWholeFileLimit;
+  std::optional<Sha256> sampled;
+  const auto hash = hashSamples(path, startedWithSize(size), ranges, watch,
+                                [&](size_t index, const Sha256& soFar, std::span<const char> bytes) {
+                                  if (!startSampled) return;
+                                  if (index == 0) sampled.emplace(soFar);
+                                  if (index == 2) sampled->add(bytes.data(), bytes.size());
+                                });
+  if (hash && startSampled) *sampledStart = std::move(sampled);
+  return hash;
 }
 
 std::optional<std::string> FileFacts::headHash(const std::string& path, int64_t size,
                                                const ReadWatch& watch) {
-  return hashSamples(path, size, {{0, kHead}}, watch);
+  return hashSamples(path, startedWithSize(size), {{0, kHead}}, watch);
 }
 
-std::optional<std::string> FileFacts::sampledHash(const std::string& path, int64_t size,
-                                                  const ReadWatch& watch) {
+std::optional<std::string> FileFacts::sampledHash(const std::string& path, int64_t size, const ReadWatch& watch,
+                                                  std::optional<Sha256> started) {
   if (size <= kWholeFileLimit) return hashWhole(path, watch);
-  std::vector<Range> ranges{{0, kBlock}, {size - kBlock, kBlock}};
+  std::vector<Range> ranges;
+  if (!started) ranges = {{0, kBlock}, {size - kBlock, kBlock}};
   const int64_t span = size - 2 * kBlock - kSample;
   for (int i = 0; i < kMiddleSamples; ++i) ranges.push_back({kBlock + span * i / (kMiddleSamples - 1), kSample});
-  return hashSamples(path, size, ranges, watch);
+  return hashSamples(path, started ? std::move(*started) : startedWithSize(size), ranges, watch);
 }
 
 std::optional<std::string> FileFacts::sha256(const std::string& path, const ReadWatch& watch) {

@@ -12,6 +12,7 @@
 
 #include "kit/scan/scan_progress.h"
 #include "kit/tools/page_cache_ledger.h"
+#include "kit/tools/sha256.h"
 
 namespace tallyfin {
 
@@ -79,14 +80,18 @@ class FileFacts {
   static std::optional<std::string> headHash(const std::string& path, int64_t size,
                                              const ReadWatch& watch = {});
 
-  // SHA-256 of the size and three 1 MiB samples: start, middle, end.
+  // SHA-256 of the size and three 1 MiB samples: start, middle, end. For a file
+  // above 8 MiB, `sampledStart` receives the beginning of its sampled hash, to be
+  // given back to sampledHash.
   static std::optional<std::string> fingerprint(const std::string& path, int64_t size,
-                                                const ReadWatch& watch = {});
+                                                const ReadWatch& watch = {},
+                                                std::optional<Sha256>* sampledStart = nullptr);
 
   // The whole file up to 8 MiB; beyond, the size, the first and last MiB and 48
-  // samples of 64 KiB between them.
+  // samples of 64 KiB between them, the first three `started` by fingerprint.
   static std::optional<std::string> sampledHash(const std::string& path, int64_t size,
-                                                const ReadWatch& watch = {});
+                                                const ReadWatch& watch = {},
+                                                std::optional<Sha256> started = std::nullopt);
 
   // SHA-256 of the whole content.
   static std::optional<std::string> sha256(const std::string& path, const ReadWatch& watch = {});

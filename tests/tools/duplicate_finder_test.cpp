@@ -212,6 +212,25 @@ TEST(DuplicateSearch, SmallFilesAreReadOnceWhole) {
   EXPECT_EQ(counts.bytes, 3 * FileFacts::kHead + 2 * 8 * MiB);
 }
 
+TEST(DuplicateSearch, AFullSearchComparesSmallFilesWithoutFingerprints) {
+  Search search;
+  search.options.fullHash = true;
+  const int64_t size = 5 * MiB;
+  for (const char* name : {"Music/a.flac", "Backup/a.flac", "Desktop/a.flac", "Music/b.flac"}) {
+    patternFile(search.home / name, size, 13);
+  }
+  flipByte(search.home / "Music/b.flac", 2 * MiB + 1);
+  const auto groups = search.run();
+  ASSERT_EQ(groups.size(), 1u);
+  EXPECT_EQ(groups[0].files.size(), 3u);
+  EXPECT_EQ(groups[0].hash, FileFacts::sha256(search.home / "Music/a.flac"));
+  const auto counts = search.stats.counts();
+  EXPECT_EQ(counts.fingerprinted, 0);
+  EXPECT_EQ(counts.fullyRead, 3);
+  // The odd one is let go after its third block.
+  EXPECT_EQ(counts.bytes, 4 * FileFacts::kHead + 3 * size + 3 * MiB);
+}
+
 TEST(DuplicateSearch, AnExtraChangedAfterTheSearchStays) {
   Search search;
   for (const char* name : {"Movies/a.mov", "Downloads/a.mov", "Desktop/a.mov"}) {
@@ -247,8 +266,9 @@ TEST(DuplicateSearch, TheCacheMakesTheNextSearchReadOnlyChangedFiles) {
     return std::pair(groups, search.stats.counts().bytes);
   };
   const auto [first, firstBytes] = readWithCache();
-  // The other file parts from the copies at its first 64 KiB.
-  EXPECT_EQ(firstBytes, 4 * FileFacts::kHead + 3 * 3 * MiB + 3 * 5 * MiB);
+  // The other file parts from the copies at its first 64 KiB; the dense hashes go
+  // on from the fingerprints' first and last MiB and read only their 48 samples.
+  EXPECT_EQ(firstBytes, 4 * FileFacts::kHead + 3 * 3 * MiB + 3 * 48 * FileFacts::kSample);
   const auto [second, secondBytes] = readWithCache();
   EXPECT_EQ(second, first);
   EXPECT_EQ(secondBytes, 0);
@@ -256,7 +276,7 @@ TEST(DuplicateSearch, TheCacheMakesTheNextSearchReadOnlyChangedFiles) {
   setModified(search.home / "Desktop/a.mov", 1'700'000'000);  // a new version, same bytes
   const auto [third, thirdBytes] = readWithCache();
   EXPECT_EQ(third.size(), 1u);
-  EXPECT_EQ(thirdBytes, FileFacts::kHead + 3 * MiB + 5 * MiB);
+  EXPECT_EQ(thirdBytes, FileFacts::kHead + 3 * MiB + 48 * FileFacts::kSample);
 }
 
 TEST(DuplicateSearch, SkipsFilesNotWorthReading) {

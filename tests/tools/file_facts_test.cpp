@@ -6,6 +6,7 @@
 
 #include <gtest/gtest.h>
 
+#include <optional>
 #include <vector>
 
 #include "tests/support/file_content.h"
@@ -68,6 +69,26 @@ TEST(FileFacts, SampledHashReadsWholeSmallFilesAndFiftySamplesOfLargeOnes) {
   for (int64_t i = 0; i < 48; ++i) ranges.emplace_back(MiB + (size - 2'162'688) * i / 47, 65'536);
   EXPECT_EQ(FileFacts::sampledHash(dir / "large", size), referenceHash(dir, dir / "large", size, ranges));
   EXPECT_EQ(FileFacts::sha256(dir / "large"), sha256sum(dir / "large"));
+}
+
+TEST(FileFacts, TheFingerprintBeginsTheSampledHashOfALargeFile) {
+  TempFolder dir;
+  for (const int64_t size : {8 * MiB + 1, 20 * MiB + 3}) {
+    patternFile(dir / "f", size, 3);
+    std::optional<Sha256> started;
+    EXPECT_EQ(FileFacts::fingerprint(dir / "f", size, {}, &started), FileFacts::fingerprint(dir / "f", size)) << size;
+    ASSERT_TRUE(started.has_value()) << size;
+    int64_t read = 0;
+    const ReadWatch counting(nullptr, [&](int64_t bytes) { read += bytes; });
+    EXPECT_EQ(FileFacts::sampledHash(dir / "f", size, counting, std::move(started)),
+              FileFacts::sampledHash(dir / "f", size)) << size;
+    EXPECT_EQ(read, 48 * FileFacts::kSample) << size;
+  }
+  // A small file's dense hash is all of it: nothing to begin.
+  patternFile(dir / "small", 8 * MiB, 3);
+  std::optional<Sha256> started;
+  EXPECT_TRUE(FileFacts::fingerprint(dir / "small", 8 * MiB, {}, &started).has_value());
+  EXPECT_FALSE(started.has_value());
 }
 
 TEST(FileFacts, TheHeadHashCoversTheSizeAndTheFirst64KiB) {
