@@ -81,30 +81,34 @@ std::optional<std::string> DuplicateCache::hash(const std::string& path, Kind ki
                                                 const std::function<Hashes()>& compute) {
   const auto key = FileFacts::identity(path);
   if (!key) return std::nullopt;
-  {
-    const std::lock_guard guard(lock_);
-    const auto found = saved_.entries.find(*key);
-    if (found != saved_.entries.end()) {
-      const auto known = found->second.hashes.find(kind);
-      if (known != found->second.hashes.end()) {
-        // A use counts as a change: the trim on save keeps what is still in use.
-        dirty_ = dirty_ || found->second.used != saved_.run;
-        found->second.used = saved_.run;
-        return known->second;
-      }
-    }
-  }
+  if (auto known = cached(*key, kind)) return known;
   const Hashes computed = compute();
   const auto value = computed.find(kind);
   if (value == computed.end()) return std::nullopt;
-  // A file rewritten while it was read gets no entry: its hash may mix two versions.
-  if (FileFacts::identity(path) != key) return value->second;
+  remember(path, *key, computed);
+  return value->second;
+}
+
+std::optional<std::string> DuplicateCache::cached(const std::string& key, Kind kind) {
   const std::lock_guard guard(lock_);
-  Entry& entry = saved_.entries[*key];
-  for (const auto& [found, text] : computed) entry.hashes[found] = text;
+  const auto found = saved_.entries.find(key);
+  if (found == saved_.entries.end()) return std::nullopt;
+  const auto known = found->second.hashes.find(kind);
+  if (known == found->second.hashes.end()) return std::nullopt;
+  // A use counts as a change: the trim on save keeps what is still in use.
+  dirty_ = dirty_ || found->second.used != saved_.run;
+  found->second.used = saved_.run;
+  return known->second;
+}
+
+void DuplicateCache::remember(const std::string& path, const std::string& key, const Hashes& hashes) {
+  // A file rewritten while it was read gets no entry: its hash may mix two versions.
+  if (hashes.empty() || FileFacts::identity(path) != key) return;
+  const std::lock_guard guard(lock_);
+  Entry& entry = saved_.entries[key];
+  for (const auto& [kind, text] : hashes) entry.hashes[kind] = text;
   entry.used = saved_.run;
   dirty_ = true;
-  return value->second;
 }
 
 Status DuplicateCache::save() {

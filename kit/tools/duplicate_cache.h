@@ -53,6 +53,12 @@ class DuplicateCache {
   // remembered with it. No hash of `kind` among them means it could not be computed.
   std::optional<std::string> hash(const std::string& path, Kind kind, const std::function<Hashes()>& compute);
 
+  // The hash of this kind remembered for the file version `key` (FileFacts::identity).
+  std::optional<std::string> cached(const std::string& key, Kind kind);
+  // Remembers hashes of the file at `path`, read while it was the version `key`;
+  // nothing when it has changed since.
+  void remember(const std::string& path, const std::string& key, const Hashes& hashes);
+
   // Writes the file when anything changed, keeping the most recently used entries.
   Status save();
 

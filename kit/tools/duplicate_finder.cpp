@@ -13,6 +13,7 @@
 #include "kit/platform/io_priority.h"
 #include "kit/scan/directory_reader.h"
 #include "kit/scan/mount_table.h"
+#include "kit/tools/content_classes.h"
 #include "kit/tools/file_facts.h"
 
 namespace tallyfin {
@@ -52,15 +53,22 @@ class ProgressMeter {
   DuplicateProgress progress_;
 };
 
+// What one stage's reading of a file leaves for the next: the beginning of its
+// dense hash, good while the file stays the version it was read as.
+struct Carry {
+  std::optional<std::string> version;
+  std::optional<Sha256> sampledStart;
+};
+using Carries = std::map<const DuplicateCandidate*, Carry>;
+
 // One way of hashing a file, with what it is expected to read.
 struct Stage {
-  DuplicateCache::Kind kind;
+  DuplicateCache::Kind (*kind)(int64_t size);  // the hash that sorts files at this stage
   int64_t (*planned)(int64_t size);
-  DuplicateCache::Hashes (*compute)(const std::string& path, int64_t size, const ReadWatch& watch);
+  DuplicateCache::Hashes (*compute)(const std::string& path, int64_t size, const ReadWatch& watch, Carry* carry);
 
   bool readsWhole(int64_t size) const {
-    return kind == DuplicateCache::Kind::full ||
-           (kind != DuplicateCache::Kind::head && size <= FileFacts::kWholeFileLimit);
+    return kind(size) != DuplicateCache::Kind::head && size <= FileFacts::kWholeFileLimit;
   }
 };
 
@@ -70,37 +78,42 @@ DuplicateCache::Hashes only(DuplicateCache::Kind kind, std::optional<std::string
 }
 
 const Stage kHeadStage{
-    DuplicateCache::Kind::head, [](int64_t size) { return std::min(size, FileFacts::kHead); },
-    [](const std::string& path, int64_t size, const ReadWatch& watch) {
+    [](int64_t) { return DuplicateCache::Kind::head; },
+    [](int64_t size) { return std::min(size, FileFacts::kHead); },
+    [](const std::string& path, int64_t size, const ReadWatch& watch, Carry*) {
       return only(DuplicateCache::Kind::head, FileFacts::headHash(path, size, watch));
     }};
 
-// A small file is read once, whole: that one read gives its fingerprint and its
-// dense hash, where the samples alone would read most of it twice.
+// A small file is read once, whole: its dense hash is the hash of all its bytes,
+// and sorts it as well as a fingerprint would, where the samples alone would
+// read most of it twice.
 const Stage kFingerprintStage{
-    DuplicateCache::Kind::fingerprint,
+    [](int64_t size) {
+      return size <= FileFacts::kWholeFileLimit ? DuplicateCache::Kind::sampled : DuplicateCache::Kind::fingerprint;
+    },
     [](int64_t size) { return size <= FileFacts::kWholeFileLimit ? size : kFingerprintBytes; },
-    [](const std::string& path, int64_t size, const ReadWatch& watch) {
+    [](const std::string& path, int64_t size, const ReadWatch& watch, Carry* carry) {
       if (size > FileFacts::kWholeFileLimit) {
-        return only(DuplicateCache::Kind::fingerprint, FileFacts::fingerprint(path, size, watch));
+        if (carry) carry->version = FileFacts::identity(path);
+        return only(DuplicateCache::Kind::fingerprint,
+                    FileFacts::fingerprint(path, size, watch, carry ? &carry->sampledStart : nullptr));
       }
-      const auto both = FileFacts::smallFileHashes(path, size, watch);
-      if (!both) return DuplicateCache::Hashes{};
-      return DuplicateCache::Hashes{{DuplicateCache::Kind::fingerprint, both->fingerprint},
-                                    {DuplicateCache::Kind::sampled, both->whole},
-                                    {DuplicateCache::Kind::full, both->whole}};
+      const auto whole = FileFacts::sampledHash(path, size, watch);
+      if (!whole) return DuplicateCache::Hashes{};
+      return DuplicateCache::Hashes{{DuplicateCache::Kind::sampled, *whole}, {DuplicateCache::Kind::full, *whole}};
     }};
 
+// Goes on from the fingerprint's reading where it can: the first and last MiB are
+// not read again.
 const Stage kSampledStage{
-    DuplicateCache::Kind::sampled, [](int64_t size) { return std::min(size, kSampledBytes); },
-    [](const std::string& path, int64_t size, const ReadWatch& watch) {
-      return only(DuplicateCache::Kind::sampled, FileFacts::sampledHash(path, size, watch));
-    }};
-
-const Stage kFullStage{
-    DuplicateCache::Kind::full, [](int64_t size) { return size; },
-    [](const std::string& path, int64_t, const ReadWatch& watch) {
-      return only(DuplicateCache::Kind::full, FileFacts::sha256(path, watch));
+    [](int64_t) { return DuplicateCache::Kind::sampled; },
+    [](int64_t size) { return std::min(size, kSampledBytes); },
+    [](const std::string& path, int64_t size, const ReadWatch& watch, Carry* carry) {
+      std::optional<Sha256> started;
+      if (carry && carry->sampledStart && carry->version && FileFacts::identity(path) == carry->version) {
+        started = std::move(carry->sampledStart);
+      }
+      return only(DuplicateCache::Kind::sampled, FileFacts::sampledHash(path, size, watch, std::move(started)));
     }};
 
 void addToStats(const DuplicateSearch& search, const std::function<void(DuplicateStats::Counts&)>& change) {
@@ -126,8 +139,11 @@ void forEachInParallel(size_t count, const std::function<void(size_t)>& body) {
 // the search was cancelled first.
 Hashes hashAll(const std::vector<const DuplicateCandidate*>& files, const Stage& stage,
                const DuplicateSearch& search, DuplicateCache& cache, ProgressMeter& meter,
-               PageCacheLedger& pages) {
-  for (const DuplicateCandidate* file : files) meter.plan(stage.planned(file->size));
+               PageCacheLedger& pages, Carries* carries) {
+  for (const DuplicateCandidate* file : files) {
+    meter.plan(stage.planned(file->size));
+    if (carries) (*carries)[file];  // made here: the workers only look them up
+  }
   Hashes hashes(files.size());
   forEachInParallel(files.size(), [&](size_t i) {
     if (cancelled(search)) return;
@@ -140,12 +156,15 @@ Hashes hashAll(const std::vector<const DuplicateCandidate*>& files, const Stage&
           meter.advance(bytes);
         },
         &pages);
-    hashes[i] = cache.hash(file.path, stage.kind, [&] { return stage.compute(file.path, file.size, watch); });
-    if (read == 0) meter.advance(stage.planned(file.size));  // known from an earlier run
+    Carry* carry = carries ? &carries->at(&file) : nullptr;
+    hashes[i] = cache.hash(file.path, stage.kind(file.size),
+                           [&] { return stage.compute(file.path, file.size, watch, carry); });
+    // Known from an earlier run, or partly read by the stage before.
+    meter.advance(std::max<int64_t>(stage.planned(file.size) - read, 0));
     if (!hashes[i]) return;
     addToStats(search, [&](DuplicateStats::Counts& counts) {
       counts.bytes += read;
-      if (stage.kind == DuplicateCache::Kind::fingerprint) counts.fingerprinted += 1;
+      if (&stage == &kFingerprintStage) counts.fingerprinted += 1;
       if (read > 0 && stage.readsWhole(file.size)) counts.fullyRead += 1;
     });
   });
@@ -167,10 +186,11 @@ Groups keepShared(std::map<Key, std::vector<const DuplicateCandidate*>>& byKey) 
 // Splits every group by the stage's hash; files without a hash drop out.
 std::pair<Groups, std::vector<std::string>> regroup(const Groups& groups, const Stage& stage,
                                                     const DuplicateSearch& search, DuplicateCache& cache,
-                                                    ProgressMeter& meter, PageCacheLedger& pages) {
+                                                    ProgressMeter& meter, PageCacheLedger& pages,
+                                                    Carries* carries = nullptr) {
   std::vector<const DuplicateCandidate*> files;
   for (const auto& group : groups) files.insert(files.end(), group.begin(), group.end());
-  const Hashes hashes = hashAll(files, stage, search, cache, meter, pages);
+  const Hashes hashes = hashAll(files, stage, search, cache, meter, pages, carries);
   std::map<std::pair<int64_t, std::string>, std::vector<const DuplicateCandidate*>> byHash;
   for (size_t i = 0; i < files.size(); ++i) {
     if (hashes[i]) byHash[{files[i]->size, *hashes[i]}].push_back(files[i]);
@@ -180,6 +200,70 @@ std::pair<Groups, std::vector<std::string>> regroup(const Groups& groups, const 
     if (members.size() >= 2) keys.push_back(key.second);
   }
   return {keepShared(byHash), std::move(keys)};
+}
+
+// The full stage. Files whose full hash is known from an earlier search are not
+// read; the others of each group are compared side by side, and only one file of
+// each class of identical files is hashed.
+std::pair<Groups, std::vector<std::string>> compareFully(const Groups& groups, const DuplicateSearch& search,
+                                                         DuplicateCache& cache, ProgressMeter& meter,
+                                                         PageCacheLedger& pages) {
+  for (const auto& group : groups) meter.plan(group.front()->size * static_cast<int64_t>(group.size()));
+  std::vector<std::map<std::string, std::vector<const DuplicateCandidate*>>> byHash(groups.size());
+  forEachInParallel(groups.size(), [&](size_t g) {
+    if (cancelled(search)) return;
+    const auto& group = groups[g];
+    const int64_t size = group.front()->size;
+    auto& found = byHash[g];
+    std::vector<const DuplicateCandidate*> unknown;
+    std::vector<std::string> paths, keys;
+    for (const DuplicateCandidate* file : group) {
+      const auto key = FileFacts::identity(file->path);
+      if (!key) continue;
+      if (auto known = cache.cached(*key, DuplicateCache::Kind::full)) {
+        found[*known].push_back(file);
+      } else {
+        unknown.push_back(file);
+        paths.push_back(file->path);
+        keys.push_back(*key);
+      }
+    }
+    int64_t read = 0;
+    const ReadWatch watch(
+        search.cancel,
+        [&](int64_t bytes) {
+          read += bytes;
+          meter.advance(bytes);
+        },
+        &pages);
+    // A file unlike the others may still match a known hash.
+    const auto classes = ContentClasses::split(paths, size, !found.empty(), watch);
+    int64_t fullyRead = 0;
+    for (const ContentClass& identical : classes) {
+      for (const size_t i : identical.members) {
+        cache.remember(paths[i], keys[i], {{DuplicateCache::Kind::full, identical.sha256}});
+        found[identical.sha256].push_back(unknown[i]);
+      }
+      fullyRead += static_cast<int64_t>(identical.members.size());
+    }
+    // What was known, or let go once it differed, counts as done.
+    meter.advance(size * static_cast<int64_t>(group.size()) - read);
+    addToStats(search, [&](DuplicateStats::Counts& counts) {
+      counts.bytes += read;
+      counts.fullyRead += fullyRead;
+    });
+  });
+  Groups identical;
+  std::vector<std::string> hashes;
+  for (auto& found : byHash) {
+    for (auto& [hash, files] : found) {
+      if (files.size() < 2) continue;
+      std::sort(files.begin(), files.end(), std::less<>());  // the order they were listed in
+      identical.push_back(std::move(files));
+      hashes.push_back(hash);
+    }
+  }
+  return {std::move(identical), std::move(hashes)};
 }
 
 // Files that left the groups are not read again: what reading them brought into
@@ -249,11 +333,21 @@ std::vector<DuplicateGroup> find(const std::vector<DuplicateCandidate>& given,
   PageCacheLedger pages;
   const Groups sameHead = regroup(sameSize, kHeadStage, search, cache, meter, pages).first;
   releaseDropped(sameSize, sameHead, pages);
-  const Groups similar = regroup(sameHead, kFingerprintStage, search, cache, meter, pages).first;
+  // Comparing reads a small file whole anyway: fingerprinting it first would only add hashing.
+  Groups toFingerprint, toCompareNow;
+  for (const auto& group : sameHead) {
+    const bool small = group.front()->size <= FileFacts::kWholeFileLimit;
+    (search.fullHash && small ? toCompareNow : toFingerprint).push_back(group);
+  }
+  // What the fingerprints read of large files goes on into their dense hashes.
+  Carries carries;
+  Carries* carried = search.fullHash ? nullptr : &carries;
+  Groups similar = regroup(toFingerprint, kFingerprintStage, search, cache, meter, pages, carried).first;
+  similar.insert(similar.end(), toCompareNow.begin(), toCompareNow.end());
   releaseDropped(sameHead, similar, pages);
   if (cancelled(search)) return {};
-  const auto [identical, hashes] =
-      regroup(similar, search.fullHash ? kFullStage : kSampledStage, search, cache, meter, pages);
+  const auto [identical, hashes] = search.fullHash ? compareFully(similar, search, cache, meter, pages)
+                                                    : regroup(similar, kSampledStage, search, cache, meter, pages, carried);
   pages.releaseAll();
 
   std::vector<DuplicateGroup> groups;

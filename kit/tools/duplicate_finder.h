@@ -1,8 +1,9 @@
 #pragma once
 
 // The duplicate search: a folder listed into candidates, then narrowed by size,
-// the first 64 KiB, a quick fingerprint and a dense (or full) hash, so that most
-// files are never read past a few samples.
+// the first 64 KiB, a quick fingerprint and a dense hash, so that most files are
+// never read past a few samples; or, for a full search, by comparing what is left
+// byte for byte.
 
 #include <cstdint>
 #include <functional>

@@ -1,7 +1,6 @@
 #include "kit/tools/file_facts.h"
 
 #include <fcntl.h>
-#include <openssl/evp.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -9,36 +8,15 @@
 #include <array>
 #include <cerrno>
 #include <cstring>
+#include <functional>
 #include <memory>
 #include <vector>
 
 #include "kit/platform/file_storage.h"
+#include "kit/tools/sha256.h"
 
 namespace tallyfin {
 namespace {
-
-// One SHA-256 computation through OpenSSL's EVP interface.
-class Sha256 {
- public:
-  Sha256() : context_(EVP_MD_CTX_new(), EVP_MD_CTX_free) {
-    EVP_DigestInit_ex(context_.get(), EVP_sha256(), nullptr);
-  }
-  void add(const void* data, size_t length) { EVP_DigestUpdate(context_.get(), data, length); }
-  void addSize(int64_t size) {
-    unsigned char bytes[8];
-    for (int i = 0; i < 8; ++i) bytes[i] = static_cast<unsigned char>(static_cast<uint64_t>(size) >> (8 * i));
-    add(bytes, sizeof bytes);
-  }
-  std::string finish() {
-    unsigned char digest[EVP_MAX_MD_SIZE];
-    unsigned int length = 0;
-    EVP_DigestFinal_ex(context_.get(), digest, &length);
-    return FileFacts::hex({digest, length});
-  }
-
- private:
-  std::unique_ptr<EVP_MD_CTX, decltype(&EVP_MD_CTX_free)> context_;
-};
 
 // The caller's watch with a page ledger: the caller's own, or one of this call's
 // that drops what the call brought into the cache when the call is done.
@@ -54,14 +32,11 @@ class SparingWatch {
   ReadWatch watch_;
 };
 
-// Adds up to `length` bytes at `offset` to the hash; false on a read error.
-bool addRange(const ReadableFile& file, Sha256& hash, int64_t offset, int64_t length,
-              std::vector<char>& buffer, const ReadWatch& watch) {
-  const auto wanted = static_cast<size_t>(std::min<int64_t>(length, static_cast<int64_t>(buffer.size())));
-  const auto count = file.read(offset, std::span<char>(buffer.data(), wanted), watch);
-  if (!count) return false;
-  hash.add(buffer.data(), *count);
-  return true;
+// The block buffer of this thread's hashing, kept from file to file: a fresh one
+// for every file cost more in page faults and zeroing than the reading.
+std::span<char> blockBuffer() {
+  thread_local const auto buffer = std::make_unique_for_overwrite<char[]>(FileFacts::kBlock);
+  return {buffer.get(), static_cast<size_t>(FileFacts::kBlock)};
 }
 
 // Where the three 1 MiB samples of a fingerprint start: beginning, middle, end.
@@ -75,19 +50,29 @@ struct Range {
   int64_t length;  // at most one block
 };
 
-// SHA-256 of the size (8 bytes, little-endian) and then the given ranges, in order.
-std::optional<std::string> hashSamples(const std::string& path, int64_t size, const std::vector<Range>& ranges,
-                                       const ReadWatch& given) {
+// Called after each range is added to a hash, with the bytes it added.
+using RangeHook = std::function<void(size_t index, const Sha256& hash, std::span<const char> bytes)>;
+
+Sha256 startedWithSize(int64_t size) {
+  Sha256 hash;
+  hash.addSize(size);
+  return hash;
+}
+
+// The given ranges added, in order, to `hash` (which usually holds the size).
+std::optional<std::string> hashSamples(const std::string& path, Sha256 hash, const std::vector<Range>& ranges,
+                                       const ReadWatch& given, const RangeHook& hook = {}) {
   const SparingWatch sparing(given);
   const ReadWatch& watch = sparing.get();
   auto file = FileFacts::openForReading(path);
   if (!file) return std::nullopt;
   file->willSample();
-  std::vector<char> buffer(FileFacts::kBlock);
-  Sha256 hash;
-  hash.addSize(size);
-  for (const auto& [offset, length] : ranges) {
-    if (!addRange(*file, hash, offset, length, buffer, watch)) return std::nullopt;
+  for (size_t i = 0; i < ranges.size(); ++i) {
+    const std::span<char> buffer = blockBuffer().first(static_cast<size_t>(std::min(ranges[i].length, FileFacts::kBlock)));
+    const auto count = file->read(ranges[i].offset, buffer, watch);
+    if (!count) return std::nullopt;
+    hash.add(buffer.data(), *count);
+    if (hook) hook(i, hash, buffer.first(*count));
   }
   return hash.finish();
 }
@@ -98,7 +83,7 @@ std::optional<std::string> hashWhole(const std::string& path, const ReadWatch& g
   auto file = FileFacts::openForReading(path);
   if (!file) return std::nullopt;
   file->willReadWhole(watch);
-  std::vector<char> buffer(FileFacts::kBlock);
+  const std::span<char> buffer = blockBuffer();
   Sha256 hash;
   for (int64_t offset = 0;;) {
     const auto count = file->read(offset, buffer, watch);
@@ -153,50 +138,37 @@ std::optional<ReadableFile> FileFacts::openForReading(const std::string& path) {
   return ReadableFile(fd, info.st_size, path);
 }
 
-std::optional<std::string> FileFacts::fingerprint(const std::string& path, int64_t size,
-                                                  const ReadWatch& watch) {
+std::optional<std::string> FileFacts::fingerprint(const std::string& path, int64_t size, const ReadWatch& watch,
+                                                  std::optional<Sha256>* sampledStart) {
   std::vector<Range> ranges;
   for (const int64_t offset : fingerprintOffsets(size)) ranges.push_back({offset, kBlock});
-  return hashSamples(path, size, ranges, watch);
+  // The dense hash of a large file begins with the same first MiB and then takes
+  // the same last one: both are added to it here, so they are read only once.
+  const bool startSampled = sampledStart && size > kWholeFileLimit;
+  std::optional<Sha256> sampled;
+  const auto hash = hashSamples(path, startedWithSize(size), ranges, watch,
+                                [&](size_t index, const Sha256& soFar, std::span<const char> bytes) {
+                                  if (!startSampled) return;
+                                  if (index == 0) sampled.emplace(soFar);
+                                  if (index == 2) sampled->add(bytes.data(), bytes.size());
+                                });
+  if (hash && startSampled) *sampledStart = std::move(sampled);
+  return hash;
 }
 
 std::optional<std::string> FileFacts::headHash(const std::string& path, int64_t size,
                                                const ReadWatch& watch) {
-  return hashSamples(path, size, {{0, kHead}}, watch);
+  return hashSamples(path, startedWithSize(size), {{0, kHead}}, watch);
 }
 
-std::optional<FileFacts::SmallFileHashes> FileFacts::smallFileHashes(const std::string& path, int64_t size,
-                                                                     const ReadWatch& given) {
-  const SparingWatch sparing(given);
-  const ReadWatch& watch = sparing.get();
-  if (size > kWholeFileLimit) return std::nullopt;
-  auto file = openForReading(path);
-  if (!file) return std::nullopt;
-  // One byte more than expected shows a file that grew since it was listed.
-  std::vector<char> content(static_cast<size_t>(size) + 1);
-  const auto count = file->read(0, content, watch);
-  if (!count) return std::nullopt;
-  const auto length = static_cast<int64_t>(*count);
-  if (length > size) return std::nullopt;
-  Sha256 whole;
-  whole.add(content.data(), *count);
-  // The same bytes the fingerprint's samples read, taken from memory.
-  Sha256 fingerprint;
-  fingerprint.addSize(size);
-  for (const int64_t offset : fingerprintOffsets(size)) {
-    const int64_t start = std::min(offset, length);
-    fingerprint.add(content.data() + start, static_cast<size_t>(std::min(kBlock, length - start)));
-  }
-  return SmallFileHashes{fingerprint.finish(), whole.finish()};
-}
-
-std::optional<std::string> FileFacts::sampledHash(const std::string& path, int64_t size,
-                                                  const ReadWatch& watch) {
+std::optional<std::string> FileFacts::sampledHash(const std::string& path, int64_t size, const ReadWatch& watch,
+                                                  std::optional<Sha256> started) {
   if (size <= kWholeFileLimit) return hashWhole(path, watch);
-  std::vector<Range> ranges{{0, kBlock}, {size - kBlock, kBlock}};
+  std::vector<Range> ranges;
+  if (!started) ranges = {{0, kBlock}, {size - kBlock, kBlock}};
   const int64_t span = size - 2 * kBlock - kSample;
   for (int i = 0; i < kMiddleSamples; ++i) ranges.push_back({kBlock + span * i / (kMiddleSamples - 1), kSample});
-  return hashSamples(path, size, ranges, watch);
+  return hashSamples(path, started ? std::move(*started) : startedWithSize(size), ranges, watch);
 }
 
 std::optional<std::string> FileFacts::sha256(const std::string& path, const ReadWatch& watch) {

@@ -12,6 +12,7 @@
 
 #include "kit/scan/scan_progress.h"
 #include "kit/tools/page_cache_ledger.h"
+#include "kit/tools/sha256.h"
 
 namespace tallyfin {
 
@@ -71,12 +72,6 @@ class FileFacts {
   static constexpr int kMiddleSamples = 48;
   static constexpr int64_t kHead = 65'536;
 
-  // The fingerprint and the SHA-256 of the whole content of a small file, from one read.
-  struct SmallFileHashes {
-    std::string fingerprint;
-    std::string whole;  // which is also its sampled and its full hash
-  };
-
   // A regular file, never through a link, never one whose reading would download it.
   static std::optional<ReadableFile> openForReading(const std::string& path);
 
@@ -85,19 +80,18 @@ class FileFacts {
   static std::optional<std::string> headHash(const std::string& path, int64_t size,
                                              const ReadWatch& watch = {});
 
-  // SHA-256 of the size and three 1 MiB samples: start, middle, end.
+  // SHA-256 of the size and three 1 MiB samples: start, middle, end. For a file
+  // above 8 MiB, `sampledStart` receives the beginning of its sampled hash, to be
+  // given back to sampledHash.
   static std::optional<std::string> fingerprint(const std::string& path, int64_t size,
-                                                const ReadWatch& watch = {});
-
-  // For a file of at most 8 MiB: both hashes with every byte read once, where the
-  // samples of a fingerprint would overlap or be followed by a whole read anyway.
-  static std::optional<SmallFileHashes> smallFileHashes(const std::string& path, int64_t size,
-                                                        const ReadWatch& watch = {});
+                                                const ReadWatch& watch = {},
+                                                std::optional<Sha256>* sampledStart = nullptr);
 
   // The whole file up to 8 MiB; beyond, the size, the first and last MiB and 48
-  // samples of 64 KiB between them.
+  // samples of 64 KiB between them, the first three `started` by fingerprint.
   static std::optional<std::string> sampledHash(const std::string& path, int64_t size,
-                                                const ReadWatch& watch = {});
+                                                const ReadWatch& watch = {},
+                                                std::optional<Sha256> started = std::nullopt);
 
   // SHA-256 of the whole content.
   static std::optional<std::string> sha256(const std::string& path, const ReadWatch& watch = {});

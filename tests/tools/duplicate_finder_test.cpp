@@ -108,8 +108,94 @@ TEST(DuplicateSearch, ADifferenceBetweenSamplesTakesTheFullHashOrTheByteCheck) {
   EXPECT_TRUE(DuplicateFinder::confirmed(paths[0], {paths[1]}).empty());
 
   search.options.fullHash = true;
+  search.stats.update([](DuplicateStats::Counts& counts) { counts = {}; });
   EXPECT_TRUE(search.run().empty());
-  EXPECT_EQ(search.stats.counts().fullyRead, 2);
+  // Compared side by side, both are let go at the second block, where they part.
+  EXPECT_EQ(search.stats.counts().fullyRead, 0);
+  EXPECT_EQ(search.stats.counts().bytes, 2 * FileFacts::kHead + 2 * 3 * MiB + 2 * 2 * MiB);
+}
+
+TEST(DuplicateSearch, AFullSearchSplitsAGroupWhereverItsFilesDiffer) {
+  Search search;
+  search.options.fullHash = true;
+  const int64_t size = 9 * MiB;  // above the size read whole at the fingerprint
+  // The changes lie outside the fingerprint's three samples, so all five reach the full stage.
+  for (const auto& [name, changedAt] : std::vector<std::pair<std::string, int64_t>>{
+           {"Movies/a1.mov", -1}, {"Backup/a2.mov", -1}, {"Movies/b1.mov", 2 * MiB + 9},
+           {"Backup/b2.mov", 2 * MiB + 9}, {"Desktop/c.mov", 7 * MiB + 3}}) {
+    patternFile(search.home / name, size, 20);
+    if (changedAt >= 0) flipByte(search.home / name, changedAt);
+  }
+  const auto groups = search.run();
+  ASSERT_EQ(groups.size(), 2u);
+  std::vector<std::vector<std::string>> found;
+  for (const auto& group : groups) {
+    EXPECT_TRUE(group.verified);
+    for (const auto& file : group.files) EXPECT_EQ(group.hash, FileFacts::sha256(file.path));
+    auto paths = pathsOf(group);
+    std::sort(paths.begin(), paths.end());
+    found.push_back(paths);
+  }
+  std::sort(found.begin(), found.end());
+  EXPECT_EQ(found, (std::vector<std::vector<std::string>>{{search.home / "Backup/a2.mov", search.home / "Movies/a1.mov"},
+                                                          {search.home / "Backup/b2.mov", search.home / "Movies/b1.mov"}}));
+  const auto counts = search.stats.counts();
+  EXPECT_EQ(counts.fullyRead, 4);
+  // The odd one out is let go after the block where it parts from the a's.
+  EXPECT_EQ(counts.bytes, 5 * FileFacts::kHead + 5 * 3 * MiB + 4 * size + 8 * MiB);
+}
+
+TEST(DuplicateSearch, AFullSearchMatchesChangedFilesAgainstKnownHashes) {
+  Search search;
+  search.options.fullHash = true;
+  const TempFolder data;
+  const Store store(data.path());
+  const int64_t size = 10 * MiB;
+  for (const char* name : {"Movies/a.mov", "Downloads/a.mov", "Desktop/a.mov"}) patternFile(search.home / name, size, 21);
+  const auto withCache = [&] {
+    DuplicateCache cache(store);
+    search.stats.update([](DuplicateStats::Counts& counts) { counts = {}; });
+    search.options.cache = &cache;
+    auto groups = search.run();
+    EXPECT_TRUE(cache.save());
+    search.options.cache = nullptr;
+    return groups;
+  };
+  ASSERT_EQ(withCache().size(), 1u);
+
+  // A new version with the same bytes: alone among files already known, it is
+  // read whole and matched by its hash.
+  setModified(search.home / "Desktop/a.mov", 1'700'000'000);
+  auto groups = withCache();
+  ASSERT_EQ(groups.size(), 1u);
+  EXPECT_EQ(groups[0].files.size(), 3u);
+  EXPECT_EQ(search.stats.counts().bytes, FileFacts::kHead + 3 * MiB + size);
+  EXPECT_EQ(search.stats.counts().fullyRead, 1);
+
+  // Changed bytes where no sample looks: the known copies stay a group without it.
+  flipByte(search.home / "Desktop/a.mov", 6 * MiB);
+  groups = withCache();
+  ASSERT_EQ(groups.size(), 1u);
+  EXPECT_EQ(groups[0].files.size(), 2u);
+  for (const auto& file : groups[0].files) EXPECT_NE(file.path, search.home / "Desktop/a.mov");
+  EXPECT_EQ(search.stats.counts().bytes, FileFacts::kHead + 3 * MiB + size);
+}
+
+TEST(DuplicateSearch, CancellingAFullSearchMidGroupStopsReading) {
+  Search search;
+  search.options.fullHash = true;
+  const int64_t size = 40 * MiB;
+  for (const char* name : {"Movies/a.mov", "Downloads/a.mov"}) patternFile(search.home / name, size, 22);
+  CancelToken cancel;
+  search.options.cancel = &cancel;
+  // Once the full stage has planned its reading, stop a few blocks into it.
+  search.options.progress = [&](const DuplicateProgress& progress) {
+    if (progress.totalBytes > 2 * size && progress.hashedBytes > progress.totalBytes - 2 * size + 4 * MiB) cancel.cancel();
+  };
+  EXPECT_TRUE(search.run().empty());
+  EXPECT_TRUE(cancel.isCancelled());
+  EXPECT_LT(search.stats.counts().bytes, 2 * FileFacts::kHead + 2 * 3 * MiB + 2 * 6 * MiB);
+  EXPECT_EQ(search.stats.counts().fullyRead, 0);
 }
 
 TEST(DuplicateSearch, SmallFilesAreReadOnceWhole) {
@@ -124,6 +210,25 @@ TEST(DuplicateSearch, SmallFilesAreReadOnceWhole) {
   EXPECT_EQ(counts.fingerprinted, 2);
   EXPECT_EQ(counts.fullyRead, 2);
   EXPECT_EQ(counts.bytes, 3 * FileFacts::kHead + 2 * 8 * MiB);
+}
+
+TEST(DuplicateSearch, AFullSearchComparesSmallFilesWithoutFingerprints) {
+  Search search;
+  search.options.fullHash = true;
+  const int64_t size = 5 * MiB;
+  for (const char* name : {"Music/a.flac", "Backup/a.flac", "Desktop/a.flac", "Music/b.flac"}) {
+    patternFile(search.home / name, size, 13);
+  }
+  flipByte(search.home / "Music/b.flac", 2 * MiB + 1);
+  const auto groups = search.run();
+  ASSERT_EQ(groups.size(), 1u);
+  EXPECT_EQ(groups[0].files.size(), 3u);
+  EXPECT_EQ(groups[0].hash, FileFacts::sha256(search.home / "Music/a.flac"));
+  const auto counts = search.stats.counts();
+  EXPECT_EQ(counts.fingerprinted, 0);
+  EXPECT_EQ(counts.fullyRead, 3);
+  // The odd one is let go after its third block.
+  EXPECT_EQ(counts.bytes, 4 * FileFacts::kHead + 3 * size + 3 * MiB);
 }
 
 TEST(DuplicateSearch, AnExtraChangedAfterTheSearchStays) {
@@ -161,8 +266,9 @@ TEST(DuplicateSearch, TheCacheMakesTheNextSearchReadOnlyChangedFiles) {
     return std::pair(groups, search.stats.counts().bytes);
   };
   const auto [first, firstBytes] = readWithCache();
-  // The other file parts from the copies at its first 64 KiB.
-  EXPECT_EQ(firstBytes, 4 * FileFacts::kHead + 3 * 3 * MiB + 3 * 5 * MiB);
+  // The other file parts from the copies at its first 64 KiB; the dense hashes go
+  // on from the fingerprints' first and last MiB and read only their 48 samples.
+  EXPECT_EQ(firstBytes, 4 * FileFacts::kHead + 3 * 3 * MiB + 3 * 48 * FileFacts::kSample);
   const auto [second, secondBytes] = readWithCache();
   EXPECT_EQ(second, first);
   EXPECT_EQ(secondBytes, 0);
@@ -170,7 +276,7 @@ TEST(DuplicateSearch, TheCacheMakesTheNextSearchReadOnlyChangedFiles) {
   setModified(search.home / "Desktop/a.mov", 1'700'000'000);  // a new version, same bytes
   const auto [third, thirdBytes] = readWithCache();
   EXPECT_EQ(third.size(), 1u);
-  EXPECT_EQ(thirdBytes, FileFacts::kHead + 3 * MiB + 5 * MiB);
+  EXPECT_EQ(thirdBytes, FileFacts::kHead + 3 * MiB + 48 * FileFacts::kSample);
 }
 
 TEST(DuplicateSearch, SkipsFilesNotWorthReading) {

@@ -6,6 +6,7 @@
 
 #include <gtest/gtest.h>
 
+#include <optional>
 #include <vector>
 
 #include "tests/support/file_content.h"
@@ -70,19 +71,29 @@ TEST(FileFacts, SampledHashReadsWholeSmallFilesAndFiftySamplesOfLargeOnes) {
   EXPECT_EQ(FileFacts::sha256(dir / "large"), sha256sum(dir / "large"));
 }
 
-TEST(FileFacts, OneReadOfASmallFileGivesTheSameHashesAsTheSamples) {
+TEST(FileFacts, TheFingerprintBeginsTheSampledHashOfALargeFile) {
   TempFolder dir;
-  for (const int64_t size : {int64_t{10}, MiB + MiB / 2, 3 * MiB + 7, 8 * MiB}) {
-    patternFile(dir / "f", size);
-    const auto both = FileFacts::smallFileHashes(dir / "f", size);
-    ASSERT_TRUE(both.has_value()) << size;
-    EXPECT_EQ(both->fingerprint, FileFacts::fingerprint(dir / "f", size)) << size;
-    EXPECT_EQ(both->whole, FileFacts::sha256(dir / "f")) << size;
+  for (const int64_t size : {8 * MiB + 1, 20 * MiB + 3}) {
+    patternFile(dir / "f", size, 3);
+    std::optional<Sha256> started;
+    EXPECT_EQ(FileFacts::fingerprint(dir / "f", size, {}, &started), FileFacts::fingerprint(dir / "f", size)) << size;
+    ASSERT_TRUE(started.has_value()) << size;
+    int64_t read = 0;
+    const ReadWatch counting(nullptr, [&](int64_t bytes) { read += bytes; });
+    EXPECT_EQ(FileFacts::sampledHash(dir / "f", size, counting, std::move(started)),
+              FileFacts::sampledHash(dir / "f", size)) << size;
+    EXPECT_EQ(read, 48 * FileFacts::kSample) << size;
   }
-  patternFile(dir / "f", 8 * MiB + 1);
-  EXPECT_FALSE(FileFacts::smallFileHashes(dir / "f", 8 * MiB + 1).has_value());
-  EXPECT_FALSE(FileFacts::smallFileHashes(dir / "f", 8 * MiB).has_value());  // it grew since
+  // A small file's dense hash is all of it: nothing to begin.
+  patternFile(dir / "small", 8 * MiB, 3);
+  std::optional<Sha256> started;
+  EXPECT_TRUE(FileFacts::fingerprint(dir / "small", 8 * MiB, {}, &started).has_value());
+  EXPECT_FALSE(started.has_value());
+}
 
+TEST(FileFacts, TheHeadHashCoversTheSizeAndTheFirst64KiB) {
+  TempFolder dir;
+  patternFile(dir / "f", 8 * MiB + 1);
   EXPECT_EQ(FileFacts::headHash(dir / "f", 8 * MiB + 1),
             referenceHash(dir, dir / "f", 8 * MiB + 1, {{0, FileFacts::kHead}}));
 }
