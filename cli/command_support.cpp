@@ -16,6 +16,8 @@ void diagnose(const std::string& message) {
   std::fprintf(stderr, "tallyfin: %s\n", terminalSafe(message).c_str());
 }
 
+void print(const std::string& text) { std::fwrite(text.data(), 1, text.size(), stdout); }
+
 std::optional<ScanReport> savedReport(const Store& store, std::string_view nextStep) {
   auto report = readReport(store);
   if (report) return std::move(*report);

@@ -20,6 +20,9 @@ enum ExitCode { kOk = 0, kScanFailed = 1, kBusy = 2, kNoReport = 3, kBadArgument
 // "tallyfin: MESSAGE" on standard error.
 void diagnose(const std::string& message);
 
+// A command's result on standard output, exactly as given.
+void print(const std::string& text);
+
 // The saved report; when there is none, says why on standard error, ending a
 // missing or damaged report's sentence with `nextStep` (" — run tallyfin to scan first.").
 std::optional<ScanReport> savedReport(const Store& store, std::string_view nextStep);

@@ -1,7 +1,6 @@
 #include "cli/trash_command.h"
 
 #include <cmath>
-#include <cstdio>
 #include <ctime>
 
 #include "cli/command_support.h"
@@ -18,8 +17,6 @@ namespace {
 using namespace exit_code;
 
 constexpr double kEveryBatch = 3'650;  // days: all the journal keeps
-
-void print(const std::string& text) { std::fwrite(text.data(), 1, text.size(), stdout); }
 
 TrashService trashService(const Store& store, const std::string& home) {
   return TrashService(home, store, systemTrasher(home));

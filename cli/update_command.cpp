@@ -1,6 +1,5 @@
 #include "cli/update_command.h"
 
-#include <cstdio>
 #include <nlohmann/json.hpp>
 
 #include "cli/command_support.h"
@@ -21,8 +20,6 @@ using nlohmann::json;
 
 constexpr int kUpToDate = 0;
 constexpr int kFailed = 1;
-
-void print(const std::string& text) { std::fwrite(text.data(), 1, text.size(), stdout); }
 
 #if TALLYFIN_UPDATE_CHECK
 

@@ -11,12 +11,8 @@
 #include "kit/platform/desktop_notifier.h"
 
 namespace tallyfin::platform {
-namespace {
 
-constexpr uint64_t kReplyTimeoutMicroseconds = 5'000'000;
-constexpr const char* kService = "org.freedesktop.Notifications";
-constexpr const char* kObject = "/org/freedesktop/Notifications";
-
+// The session's connection holds these, so they have the same linkage as it.
 struct BusClose {
   void operator()(sd_bus* bus) const { sd_bus_flush_close_unref(bus); }
 };
@@ -29,6 +25,12 @@ struct SlotUnref {
 using Bus = std::unique_ptr<sd_bus, BusClose>;
 using Message = std::unique_ptr<sd_bus_message, MessageUnref>;
 using Slot = std::unique_ptr<sd_bus_slot, SlotUnref>;
+
+namespace {
+
+constexpr uint64_t kReplyTimeoutMicroseconds = 5'000'000;
+constexpr const char* kService = "org.freedesktop.Notifications";
+constexpr const char* kObject = "/org/freedesktop/Notifications";
 
 Error failure(const std::string& what, int negativeErrno) {
   return Error{what + ": " + std::strerror(-negativeErrno) + ".", -negativeErrno};
