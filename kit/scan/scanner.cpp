@@ -62,7 +62,7 @@ Expected<RawScan, ScanFailure> Scanner::run(const CancelToken& cancel,
   if (cancel.isCancelled()) return fail(ScanFailure{ScanFailure::Reason::cancelled, {}});
 
   RawScan scan;
-  for (auto& accumulator : outcome.accumulators) merged.absorb(std::move(accumulator));
+  merged.absorb(outcome.accumulators);
   for (size_t i = 0; i < plan.tasks.size(); ++i) {
     const auto& result = outcome.results[i];
     if (result && result->seconds >= kRecordedTaskSeconds) {
