@@ -63,9 +63,9 @@ class DirectoryReader::Collector final : public platform::EntrySink {
     return Listing(reader_.entries_);
   }
 
-  // Passes on what was collected since the last piece; an empty piece only when nothing came at all.
+  // Passes on what was collected since the last piece, if anything.
   void handOver() {
-    if (reader_.entries_.empty() && handedOver_) return;
+    if (reader_.entries_.empty()) return;
     (*onPiece_)(finish());
     handedOver_ = true;
     clear();
