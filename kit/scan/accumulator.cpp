@@ -2,63 +2,87 @@
 
 #include <algorithm>
 #include <iterator>
+#include <limits>
 
 #include "kit/base/paths.h"
 #include "kit/base/saturating.h"
 
 namespace tallyfin {
 
+namespace {
+
+// Grows by a quarter instead of doubling: a worker's links can be a good part of
+// a scan's memory, and 16 workers would each hold up to twice what they need.
+template <class Container>
+void makeRoom(Container& container, size_t extra) {
+  if (container.size() + extra <= container.capacity()) return;
+  container.reserve(container.size() + extra + std::max<size_t>(container.size() / 4, 256));
+}
+
+}  // namespace
+
+uint32_t HardLinks::Part::append(std::string_view added) {
+  makeRoom(text, added.size() + 1);
+  const auto start = static_cast<uint32_t>(text.size());
+  text += added;
+  text += '\0';
+  return start;
+}
+
 void HardLinks::add(std::string_view folder, std::string_view name, uint64_t inode, int64_t size) {
-  if (pieces_.empty()) pieces_.emplace_back();
-  Piece& piece = pieces_.back();
-  if (piece.folders.empty() || piece.at(piece.folders.back().start, piece.folders.back().length) != folder) {
-    piece.folders.push_back({piece.text.size(), folder.size()});
-    piece.text += folder;
+  constexpr size_t kTextLimit = std::numeric_limits<uint32_t>::max();
+  if (parts_.empty() || parts_.back().text.size() + folder.size() + name.size() + 2 > kTextLimit) {
+    parts_.emplace_back();
   }
-  piece.links.push_back({inode, size, piece.text.size(), static_cast<uint32_t>(name.size()),
-                         static_cast<uint32_t>(piece.folders.size() - 1)});
-  piece.text += name;
+  Part& part = parts_.back();
+  if (part.folders.empty() || part.at(part.folders.back()) != folder) {
+    makeRoom(part.folders, 1);
+    part.folders.push_back(part.append(folder));
+  }
+  makeRoom(part.links, 1);
+  part.links.push_back(
+      {inode, size, part.append(name), static_cast<uint32_t>(part.folders.size() - 1)});
 }
 
 void HardLinks::absorb(HardLinks&& other) {
-  pieces_.insert(pieces_.end(), std::make_move_iterator(other.pieces_.begin()),
-                 std::make_move_iterator(other.pieces_.end()));
-  other.pieces_.clear();
+  parts_.insert(parts_.end(), std::make_move_iterator(other.parts_.begin()),
+                 std::make_move_iterator(other.parts_.end()));
+  other.parts_.clear();
 }
 
 HardLinks::Mark HardLinks::mark() const {
-  if (pieces_.empty()) return {};
-  const Piece& piece = pieces_.back();
-  return {piece.links.size(), piece.folders.size(), piece.text.size()};
+  if (parts_.empty()) return {};
+  const Part& part = parts_.back();
+  return {parts_.size(), part.links.size(), part.folders.size(), part.text.size()};
 }
 
 void HardLinks::rollBack(const Mark& mark) {
-  if (pieces_.empty()) return;
-  Piece& piece = pieces_.back();
-  piece.links.resize(mark.links);
-  piece.folders.resize(mark.folders);
-  piece.text.resize(mark.text);
+  parts_.resize(mark.parts);
+  if (parts_.empty()) return;
+  Part& part = parts_.back();
+  part.links.resize(mark.links);
+  part.folders.resize(mark.folders);
+  part.text.resize(mark.text);
 }
 
-std::string HardLinks::Piece::path(const Link& link) const {
-  const Span& folder = folders[link.folder];
-  return joinPath(at(folder.start, folder.length), at(link.nameStart, link.nameLength));
+std::string HardLinks::Part::path(const Link& link) const {
+  return joinPath(at(folders[link.folder]), at(link.name));
 }
 
 void HardLinks::forEachShared(
     FunctionRef<void(int64_t size, std::vector<std::string>& paths)> onShared) {
   const auto byInode = [](const Link& a, const Link& b) { return a.inode < b.inode; };
-  for (Piece& piece : pieces_) std::sort(piece.links.begin(), piece.links.end(), byInode);
-  // Walks all pieces in inode order at once, so no piece is copied into another.
-  std::vector<size_t> next(pieces_.size(), 0);
-  std::vector<size_t> groupEnds(pieces_.size(), 0);
+  for (Part& part : parts_) std::sort(part.links.begin(), part.links.end(), byInode);
+  // Walks all parts in inode order at once, so no part is copied into another.
+  std::vector<size_t> next(parts_.size(), 0);
+  std::vector<size_t> groupEnds(parts_.size(), 0);
   std::vector<std::string> paths;
   for (;;) {
     const Link* lowest = nullptr;
-    for (size_t i = 0; i < pieces_.size(); ++i) {
-      if (next[i] < pieces_[i].links.size() &&
-          (!lowest || pieces_[i].links[next[i]].inode < lowest->inode)) {
-        lowest = &pieces_[i].links[next[i]];
+    for (size_t i = 0; i < parts_.size(); ++i) {
+      if (next[i] < parts_[i].links.size() &&
+          (!lowest || parts_[i].links[next[i]].inode < lowest->inode)) {
+        lowest = &parts_[i].links[next[i]];
       }
     }
     if (!lowest) return;
@@ -66,16 +90,16 @@ void HardLinks::forEachShared(
     const int64_t size = lowest->size;
     // An inode met once (its other links lie outside the scan) needs no path.
     size_t count = 0;
-    for (size_t i = 0; i < pieces_.size(); ++i) {
-      const auto& links = pieces_[i].links;
+    for (size_t i = 0; i < parts_.size(); ++i) {
+      const auto& links = parts_[i].links;
       groupEnds[i] = next[i];
       while (groupEnds[i] < links.size() && links[groupEnds[i]].inode == inode) ++groupEnds[i];
       count += groupEnds[i] - next[i];
     }
     paths.clear();
-    for (size_t i = 0; i < pieces_.size(); ++i) {
+    for (size_t i = 0; i < parts_.size(); ++i) {
       for (; next[i] < groupEnds[i]; ++next[i]) {
-        if (count >= 2) paths.push_back(pieces_[i].path(pieces_[i].links[next[i]]));
+        if (count >= 2) paths.push_back(parts_[i].path(parts_[i].links[next[i]]));
       }
     }
     if (count < 2) continue;

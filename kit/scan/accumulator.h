@@ -21,6 +21,7 @@ class HardLinks {
  public:
   // How far this worker's links had grown, to go back to.
   struct Mark {
+    size_t parts = 0;
     size_t links = 0;
     size_t folders = 0;
     size_t text = 0;
@@ -41,30 +42,25 @@ class HardLinks {
   void forEachShared(FunctionRef<void(int64_t size, std::vector<std::string>& paths)> onShared);
 
  private:
+  // 24 bytes: the name's length is where its terminating zero is.
   struct Link {
     uint64_t inode = 0;
     int64_t size = 0;
-    size_t nameStart = 0;
-    uint32_t nameLength = 0;
-    uint32_t folder = 0;
+    uint32_t name = 0;    // where the name starts in the part's text
+    uint32_t folder = 0;  // index into the part's folders
   };
-  struct Span {
-    size_t start = 0;
-    size_t length = 0;
-  };
-  // One worker's links.
-  struct Piece {
+  // One worker's links, or part of them when its text would pass 4 GiB.
+  struct Part {
     std::vector<Link> links;
-    std::vector<Span> folders;  // where each folder's shown path sits in text
-    std::string text;
+    std::vector<uint32_t> folders;  // where each folder's shown path starts in text
+    std::string text;               // folder paths and names, each ending in a zero
 
-    std::string_view at(size_t start, size_t length) const {
-      return std::string_view(text).substr(start, length);
-    }
+    std::string_view at(uint32_t start) const { return std::string_view(text.data() + start); }
+    uint32_t append(std::string_view added);  // returns where it starts
     std::string path(const Link& link) const;
   };
 
-  std::vector<Piece> pieces_;
+  std::vector<Part> parts_;
 };
 
 // What one worker collects besides the tree; merged once all work is done.
