@@ -228,10 +228,12 @@ class Walk {
     std::vector<Folder*>& batch = worker.batch;
     folder.minimumKept = minimumKept(display, configuration_);
     contents.reset();
-    const auto error = countFolder(
-        worker.reader, folder.fd, display, {display, folder.override, folder.minimumKept},
-        configuration_, rootDevice_, accumulator, contents,
-        [&](const DirEntry& entry, uint32_t order) { batch.push_back(makeChild(folder, entry, order)); });
+    const auto error =
+        countFolder(worker.reader, folder.fd, display,
+                    {display, folder.override, folder.minimumKept}, configuration_, rootDevice_,
+                    accumulator, contents, [&](const DirEntry& entry, uint32_t order) {
+                      batch.push_back(makeChild(folder, entry, order));
+                    });
     if (error) {
       ::close(folder.fd);
       for (Folder* child : batch) delete child;

@@ -44,10 +44,10 @@ class Planner {
     if (fd < 0) {
       error = DirectoryReadError{real, errno};
     } else {
-      error = countFolder(reader_, fd, real,
-                          {folder.display, folder.override, minimumKept(folder.display, configuration_)},
-                          configuration_, rootDevice_, accumulator_, contents,
-                          [&](const DirEntry& entry, uint32_t order) {
+      const FolderContext context{folder.display, folder.override,
+                                  minimumKept(folder.display, configuration_)};
+      error = countFolder(reader_, fd, real, context, configuration_, rootDevice_, accumulator_,
+                          contents, [&](const DirEntry& entry, uint32_t order) {
                             WalkTask child;
                             child.real = joinPath(real, entry.rawName);
                             child.display = joinPath(folder.display, entry.name);

@@ -51,7 +51,8 @@ std::string seconds(double value) {
   return std::to_string(static_cast<long>(std::ceil(value))) + " s";
 }
 
-FetchError explain(const CurlLibrary& library, CURLcode code, CURL* curl, const Transfer& transfer, const FetchLimits& limits,
+FetchError explain(const CurlLibrary& library, CURLcode code, CURL* curl,
+                   const Transfer& transfer, const FetchLimits& limits,
                    const std::string& what, const std::string& url) {
   const std::string at = what + " at " + url;
   if (transfer.cancelled) return {Reason::cancelled, "The download of " + at + " was cancelled."};
@@ -95,7 +96,8 @@ FetchError explain(const CurlLibrary& library, CURLcode code, CURL* curl, const 
     }
     default:
       return {Reason::other,
-              "Could not fetch " + at + " (" + library.easyStrerror(code) + ") — try again later."};
+              "Could not fetch " + at + " (" + library.easyStrerror(code) +
+                  ") — try again later."};
   }
 }
 

@@ -381,7 +381,9 @@ TEST_F(WideFolder, MarkersAnywhereInTheListingReachItsSubfolders) {
   const std::vector<std::string> projects = {"wide", "wide2", "wide3", "wide4"};
   for (size_t p = 1; p < projects.size(); ++p) {
     testing::writeFile(dir / (projects[p] + "/package.json"), 10);
-    for (int i = 0; i < kFiles; ++i) testing::writeFile(dir / (projects[p] + "/f" + std::to_string(i)), 10);
+    for (int i = 0; i < kFiles; ++i) {
+      testing::writeFile(dir / (projects[p] + "/f" + std::to_string(i)), 10);
+    }
     testing::writeFile(dir / (projects[p] + "/node_modules/lib.js"), 10);
   }
   const RawScan scan = scanOrFail(configurationFor(dir));
