@@ -367,11 +367,14 @@ TEST_F(WideFolder, EqualChildrenKeepTheOrderOfTheWholeListing) {
   for (const auto& entry : *listing) {
     if (entry.isDirectory && entry.name != "node_modules") listed.emplace_back(entry.name);
   }
-  // node_modules is the largest child; the equal folders follow as the folder lists them.
-  ASSERT_EQ(wide->children.size(), static_cast<size_t>(kFolders + 1));
-  EXPECT_EQ(wide->children[0].name, "node_modules");
+  // node_modules is the largest child, the equal folders follow as the folder lists
+  // them, and the small files make up the last, `smaller` node.
+  ASSERT_EQ(wide->children.size(), static_cast<size_t>(kFolders + 2));
+  EXPECT_EQ(wide->children.front().name, "node_modules");
+  EXPECT_EQ(wide->children.back().kind, DiskNode::Kind::smaller);
+  EXPECT_EQ(wide->children.back().files, kFiles + 1);
   std::vector<std::string> kept;
-  for (size_t i = 1; i < wide->children.size(); ++i) kept.push_back(wide->children[i].name);
+  for (size_t i = 1; i + 1 < wide->children.size(); ++i) kept.push_back(wide->children[i].name);
   EXPECT_EQ(kept, listed);
 }
 
