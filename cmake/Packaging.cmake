@@ -65,9 +65,12 @@ set(CPACK_DEBIAN_PACKAGE_RELEASE ${TALLYFIN_PACKAGE_REVISION})
 set(CPACK_DEBIAN_PACKAGE_SECTION utils)
 set(CPACK_DEBIAN_PACKAGE_PRIORITY optional)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
-# Qt draws the app's SVG icons with plugins the program never links to, so dpkg-shlibdeps
-# cannot see that it needs them.
+# Qt draws the app's SVG icons with plugins the program never links to, and libcurl is
+# opened only when an update is fetched, so dpkg-shlibdeps cannot see that they are needed.
 set(CPACK_DEBIAN_PACKAGE_DEPENDS "libqt6svg6 (>= 6.4.0)")
+if(TALLYFIN_UPDATE_CHECK)
+  string(APPEND CPACK_DEBIAN_PACKAGE_DEPENDS ", libcurl4 (>= 7.88)")
+endif()
 set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
 if(TALLYFIN_UPDATE_CHECK)
   # A downloaded release is handed to `pkexec apt-get install`, else to the desktop's installer.

@@ -20,13 +20,13 @@ std::string DirectoryReadError::message() const {
 }
 
 // Copies entries into the reader's storage. Names go into one growing string, so
-// views are fixed up only when the listing is complete.
+// views are fixed up only when a listing or a piece of it is complete. With a
+// handler, every kPieceEntries entries are handed over and the storage reused.
 class DirectoryReader::Collector final : public platform::EntrySink {
  public:
-  explicit Collector(DirectoryReader& reader) : reader_(reader) {
-    reader_.entries_.clear();
-    reader_.names_.clear();
-    reader_.nameSpans_.clear();
+  Collector(DirectoryReader& reader, std::string_view path, const PieceHandler* onPiece)
+      : reader_(reader), path_(path), onPiece_(onPiece) {
+    clear();
   }
 
   void add(const platform::RawEntry& raw) override {
@@ -49,6 +49,7 @@ class DirectoryReader::Collector final : public platform::EntrySink {
     entry.logicalSize = raw.logicalSize;
     entry.allocatedSize = raw.allocatedSize;
     reader_.entries_.push_back(entry);
+    if (onPiece_ && reader_.entries_.size() == kPieceEntries) handOver();
   }
 
   Listing finish() {
@@ -58,11 +59,31 @@ class DirectoryReader::Collector final : public platform::EntrySink {
       reader_.entries_[i].rawName = std::string_view(names).substr(span.rawStart, span.rawLength);
       reader_.entries_[i].name = std::string_view(names).substr(span.shownStart, span.shownLength);
     }
+    if (!reader_.mounts_.empty()) reader_.markMountPoints(path_);
     return Listing(reader_.entries_);
+  }
+
+  // Passes on what was collected since the last piece, if anything.
+  void handOver() {
+    if (reader_.entries_.empty()) return;
+    (*onPiece_)(finish());
+    handedOver_ = true;
+    clear();
+  }
+
+  bool handedOver() const { return handedOver_; }
+
+  void clear() {
+    reader_.entries_.clear();
+    reader_.names_.clear();
+    reader_.nameSpans_.clear();
   }
 
  private:
   DirectoryReader& reader_;
+  std::string_view path_;
+  const PieceHandler* onPiece_;
+  bool handedOver_ = false;
 };
 
 DirectoryReader::DirectoryReader(PathSet mounts)
@@ -80,13 +101,37 @@ ListResult DirectoryReader::list(const std::string& path) {
 
 ListResult DirectoryReader::list(int directoryFd, std::string_view path) {
   auto bulk = listBulk(directoryFd, path);
-  ListResult result = bulk ? std::move(*bulk) : listPortable(directoryFd, path);
-  if (result && !mounts_.empty()) markMountPoints(path);
-  return result;
+  return bulk ? std::move(*bulk) : listPortable(directoryFd, path);
+}
+
+std::optional<DirectoryReadError> DirectoryReader::listInPieces(int directoryFd,
+                                                                std::string_view path,
+                                                                PieceHandler onPiece) {
+  Collector collector(*this, path, &onPiece);
+  int errorCode = 0;
+  switch (platform::listBulk(directoryFd, std::span<char>(buffer_.get(), kBufferSize), collector,
+                             errorCode)) {
+    case platform::BulkStatus::listed:
+      collector.handOver();
+      return std::nullopt;
+    case platform::BulkStatus::notSupported:
+      // Pieces already handed over can't be taken back, so only a refusal at the start falls back.
+      if (!collector.handedOver()) {
+        Collector portable(*this, path, &onPiece);
+        if (auto error = readPortable(directoryFd, path, portable)) return error;
+        portable.handOver();
+        return std::nullopt;
+      }
+      break;
+    case platform::BulkStatus::failed:
+      break;
+  }
+  collector.clear();
+  return DirectoryReadError{std::string(path), errorCode};
 }
 
 std::optional<ListResult> DirectoryReader::listBulk(int directoryFd, std::string_view path) {
-  Collector collector(*this);
+  Collector collector(*this, path, nullptr);
   int errorCode = 0;
   switch (platform::listBulk(directoryFd, std::span<char>(buffer_.get(), kBufferSize), collector,
                              errorCode)) {
@@ -95,22 +140,29 @@ std::optional<ListResult> DirectoryReader::listBulk(int directoryFd, std::string
     case platform::BulkStatus::notSupported:
       return std::nullopt;
     case platform::BulkStatus::failed:
-      entries_.clear();
+      collector.clear();
       return ListResult(fail(DirectoryReadError{std::string(path), errorCode}));
   }
   return std::nullopt;
 }
 
 ListResult DirectoryReader::listPortable(int directoryFd, std::string_view path) {
+  Collector collector(*this, path, nullptr);
+  if (auto error = readPortable(directoryFd, path, collector)) return fail(std::move(*error));
+  return collector.finish();
+}
+
+std::optional<DirectoryReadError> DirectoryReader::readPortable(int directoryFd,
+                                                                std::string_view path,
+                                                                Collector& collector) {
   // The directory stream takes ownership of its descriptor, so it gets a copy.
   const int own = ::openat(directoryFd, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
   DIR* directory = own < 0 ? nullptr : ::fdopendir(own);
   if (!directory) {
     const int code = errno;
     if (own >= 0) ::close(own);
-    return fail(DirectoryReadError{std::string(path), code});
+    return DirectoryReadError{std::string(path), code};
   }
-  Collector collector(*this);
   while (const dirent* record = ::readdir(directory)) {
     const std::string_view name(record->d_name);
     if (name == "." || name == "..") continue;
@@ -131,7 +183,7 @@ ListResult DirectoryReader::listPortable(int directoryFd, std::string_view path)
     collector.add(entry);
   }
   ::closedir(directory);
-  return collector.finish();
+  return std::nullopt;
 }
 
 // Only folders that hold a mount point need their entries' full paths built.

@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "kit/base/expected.h"
+#include "kit/base/function_ref.h"
 #include "kit/scan/scan_configuration.h"
 
 namespace tallyfin {
@@ -39,11 +40,16 @@ struct DirectoryReadError {
 // The entries stay valid until the reader lists another directory.
 using Listing = std::span<const DirEntry>;
 using ListResult = Expected<Listing, DirectoryReadError>;
+// Takes one piece of a listing; its entries are valid only during the call.
+using PieceHandler = FunctionRef<void(Listing piece)>;
 
 // One reader per thread: its 128 KiB buffer and entry storage are reused for every call.
 class DirectoryReader {
  public:
   static constexpr size_t kBufferSize = 131'072;
+  // Most entries `listInPieces` holds at once: a reader's memory then follows
+  // this, not the largest folder it ever met.
+  static constexpr size_t kPieceEntries = 1'024;
 
   explicit DirectoryReader(PathSet mounts);
 
@@ -51,6 +57,11 @@ class DirectoryReader {
   ListResult list(const std::string& path);
   // Lists a directory already open as `directoryFd` (left open); `path` names it.
   ListResult list(int directoryFd, std::string_view path);
+  // Lists a directory open as `directoryFd` (left open) in pieces of at most
+  // kPieceEntries, in the file system's order. On an error, pieces already handed
+  // over were not the whole directory and the caller drops what it took from them.
+  std::optional<DirectoryReadError> listInPieces(int directoryFd, std::string_view path,
+                                                 PieceHandler onPiece);
 
   // The platform's bulk reader; none when the file system does not support it.
   std::optional<ListResult> listBulk(int directoryFd, std::string_view path);
@@ -59,6 +70,8 @@ class DirectoryReader {
 
  private:
   class Collector;
+  std::optional<DirectoryReadError> readPortable(int directoryFd, std::string_view path,
+                                                 Collector& collector);
   void markMountPoints(std::string_view path);
 
   std::unique_ptr<char[]> buffer_;

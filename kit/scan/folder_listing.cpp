@@ -9,26 +9,19 @@ namespace {
 
 constexpr int64_t kFileNodeMinimum = 1'048'576;
 
-}  // namespace
-
-void FolderContents::reset() {
-  fileBytes = 0;
-  fileCount = 0;
-  fileNodes.clear();
-  markers = SiblingMarkers();
-  subfolders.clear();
-}
-
-void readContents(Listing listing, const FolderContext& context,
-                  const ScanConfiguration& configuration, int32_t rootDevice,
-                  Accumulator& accumulator, FolderContents& contents) {
+// Counts one piece of a listing; `firstOrder` is the piece's position in the whole.
+void readPiece(Listing piece, uint32_t firstOrder, const FolderContext& context,
+               const ScanConfiguration& configuration, int32_t rootDevice,
+               Accumulator& accumulator, FolderContents& contents,
+               SubfolderHandler onSubfolder) {
   // A file smaller than the folder keeps would be folded away at once, so it gets no node.
   const int64_t fileNodeMinimum = std::max(kFileNodeMinimum, context.minimumKept);
-  for (uint32_t index = 0; index < listing.size(); ++index) {
-    const DirEntry& entry = listing[index];
+  for (uint32_t index = 0; index < piece.size(); ++index) {
+    const DirEntry& entry = piece[index];
+    const uint32_t order = firstOrder + index;
     contents.markers.note(entry.name);
     if (entry.isDirectory) {
-      if (entry.device == rootDevice) contents.subfolders.push_back(index);
+      if (entry.device == rootDevice) onSubfolder(entry, order);
       continue;
     }
     const int64_t size = entry.allocatedSize;
@@ -49,9 +42,35 @@ void readContents(Listing listing, const FolderContext& context,
       node.files = 1;
       node.modified = entry.modified;
       node.kind = DiskNode::Kind::file;
-      contents.fileNodes.push_back({index, std::move(node)});
+      contents.fileNodes.push_back({order, std::move(node)});
     }
   }
+}
+
+}  // namespace
+
+void FolderContents::reset() {
+  fileBytes = 0;
+  fileCount = 0;
+  fileNodes.clear();
+  markers = SiblingMarkers();
+}
+
+std::optional<DirectoryReadError> countFolder(DirectoryReader& reader, int directoryFd,
+                                              std::string_view path, const FolderContext& context,
+                                              const ScanConfiguration& configuration,
+                                              int32_t rootDevice, Accumulator& accumulator,
+                                              FolderContents& contents,
+                                              SubfolderHandler onSubfolder) {
+  const Accumulator::Checkpoint before = accumulator.checkpoint();
+  uint32_t listed = 0;
+  auto error = reader.listInPieces(directoryFd, path, [&](Listing piece) {
+    readPiece(piece, listed, context, configuration, rootDevice, accumulator, contents,
+              onSubfolder);
+    listed += static_cast<uint32_t>(piece.size());
+  });
+  if (error) accumulator.rollBack(before);
+  return error;
 }
 
 int64_t minimumKept(std::string_view display, const ScanConfiguration& configuration) {

@@ -9,6 +9,7 @@
 #include <string_view>
 #include <vector>
 
+#include "kit/base/function_ref.h"
 #include "kit/scan/accumulator.h"
 #include "kit/scan/directory_reader.h"
 #include "kit/scan/disk_node.h"
@@ -29,8 +30,7 @@ struct FolderContents {
   int64_t fileBytes = 0;
   int64_t fileCount = 0;
   std::vector<OrderedNode> fileNodes;
-  SiblingMarkers markers;
-  std::vector<uint32_t> subfolders;  // listing indexes of subfolders on the scan's device
+  SiblingMarkers markers;  // complete only once the whole folder is listed
 
   // Empties it for the next folder, keeping what it has allocated.
   void reset();
@@ -42,10 +42,21 @@ struct FolderContext {
   int64_t minimumKept = 0;           // children below this are folded away
 };
 
-// Counts the listing's files into `contents` and `accumulator`.
-void readContents(Listing listing, const FolderContext& context,
-                  const ScanConfiguration& configuration, int32_t rootDevice,
-                  Accumulator& accumulator, FolderContents& contents);
+// Takes a subfolder on the scan's device, with its position in the folder's
+// listing, while its entry is valid.
+using SubfolderHandler = FunctionRef<void(const DirEntry& entry, uint32_t order)>;
+
+// Lists the folder open as `directoryFd` (named `path` the way the reader's mount
+// points are) piece by piece, so the reader's memory does not follow the folder's
+// size; counts its files into `contents` and `accumulator` and hands its
+// subfolders to `onSubfolder`. On a read error the accumulator is as it was, and
+// the caller drops the subfolders it was handed.
+std::optional<DirectoryReadError> countFolder(DirectoryReader& reader, int directoryFd,
+                                              std::string_view path, const FolderContext& context,
+                                              const ScanConfiguration& configuration,
+                                              int32_t rootDevice, Accumulator& accumulator,
+                                              FolderContents& contents,
+                                              SubfolderHandler onSubfolder);
 
 // The smallest child a folder keeps: 1 MiB where it keeps all children.
 int64_t minimumKept(std::string_view display, const ScanConfiguration& configuration);

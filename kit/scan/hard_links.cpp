@@ -39,25 +39,14 @@ void subtractAlongPath(DiskNode& tree, std::string_view path, int64_t size) {
 }
 
 int64_t deduplicateHardLinks(DiskNode& tree, HardLinks links) {
-  auto& list = links.links();
-  std::sort(list.begin(), list.end(), [](const HardLinks::Link& a, const HardLinks::Link& b) {
-    return a.inode < b.inode;
-  });
   int64_t deduped = 0;
-  std::vector<std::string> paths;
-  for (size_t start = 0, end = 0; start < list.size(); start = end) {
-    for (end = start + 1; end < list.size() && list[end].inode == list[start].inode;) ++end;
-    if (end - start < 2) continue;
-    // Whatever order the workers found them in, the path that sorts first keeps the bytes.
-    paths.clear();
-    for (size_t i = start; i < end; ++i) paths.push_back(links.path(list[i]));
-    std::sort(paths.begin(), paths.end());
-    const int64_t size = list[start].size;
+  // Whatever order the workers found them in, the path that sorts first keeps the bytes.
+  links.forEachShared([&](int64_t size, std::vector<std::string>& paths) {
     for (size_t i = 1; i < paths.size(); ++i) {
       subtractAlongPath(tree, paths[i], size);
       deduped = saturatingAdd(deduped, size);
     }
-  }
+  });
   return deduped;
 }
 

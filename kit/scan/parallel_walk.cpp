@@ -224,25 +224,30 @@ class Walk {
       complete(&folder, worker, accumulator);
       return;
     }
-    auto listing = worker.reader.list(folder.fd, display);
-    if (!listing) {
+    FolderContents& contents = worker.contents;
+    std::vector<Folder*>& batch = worker.batch;
+    folder.minimumKept = minimumKept(display, configuration_);
+    contents.reset();
+    const auto error =
+        countFolder(worker.reader, folder.fd, display,
+                    {display, folder.override, folder.minimumKept}, configuration_, rootDevice_,
+                    accumulator, contents, [&](const DirEntry& entry, uint32_t order) {
+                      batch.push_back(makeChild(folder, entry, order));
+                    });
+    if (error) {
       ::close(folder.fd);
+      for (Folder* child : batch) delete child;
+      batch.clear();
       markUnreadable(folder, display, accumulator);
       complete(&folder, worker, accumulator);
       return;
     }
-
-    FolderContents& contents = worker.contents;
-    folder.minimumKept = minimumKept(display, configuration_);
-    contents.reset();
-    readContents(*listing, {display, folder.override, folder.minimumKept}, configuration_,
-                 rootDevice_, accumulator, contents);
     filesSeen_.fetch_add(contents.fileCount, std::memory_order_relaxed);
     bytesSeen_.fetch_add(contents.fileBytes, std::memory_order_relaxed);
     folder.isVenv = contents.markers.has(SiblingMarkers::pyvenvCfg);
     folder.junk = junkKind(display, folder.parentMarkers, folder.isVenv, configuration_);
 
-    const auto subfolders = static_cast<int>(contents.subfolders.size());
+    const auto subfolders = static_cast<int>(batch.size());
     {
       // Nothing else can touch the folder yet, but its children soon will.
       std::lock_guard lock(folder.mutex);
@@ -252,22 +257,8 @@ class Walk {
     }
     folder.pending = subfolders + 1;
     folder.fdUsers = subfolders + 1;
-    std::vector<Folder*>& batch = worker.batch;
-    for (const uint32_t index : contents.subfolders) {
-      const DirEntry& entry = (*listing)[index];
-      auto* child = new Folder;
-      child->parent = &folder;
-      child->serial = ++serials_;
-      child->task = folder.task;
-      child->order = index;
-      child->name = std::string(entry.name);
-      child->openName = std::string(entry.rawName);
-      child->modified = entry.modified;
-      child->override = file_kind::override(folder.override, entry.name);
-      child->parentMarkers = contents.markers;
-      child->parentModified = folder.modified;
-      batch.push_back(child);
-    }
+    // The markers are complete only now that the whole folder is listed.
+    for (Folder* child : batch) child->parentMarkers = contents.markers;
     const auto elapsed = Clock::now() - started;
     taskNanos_[folder.task].fetch_add(
         std::chrono::duration_cast<std::chrono::nanoseconds>(elapsed).count(),
@@ -277,6 +268,20 @@ class Walk {
     stack_.push(batch);
     releaseFd(&folder);
     completeAscending(&folder, worker, accumulator);
+  }
+
+  Folder* makeChild(Folder& folder, const DirEntry& entry, uint32_t order) {
+    auto* child = new Folder;
+    child->parent = &folder;
+    child->serial = ++serials_;
+    child->task = folder.task;
+    child->order = order;
+    child->name = std::string(entry.name);
+    child->openName = std::string(entry.rawName);
+    child->modified = entry.modified;
+    child->override = file_kind::override(folder.override, entry.name);
+    child->parentModified = folder.modified;
+    return child;
   }
 
   void markUnreadable(Folder& folder, const std::string& display, Accumulator& accumulator) {

@@ -1,6 +1,10 @@
 #include "kit/scan/scan_planner.h"
 
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <algorithm>
+#include <cerrno>
 
 #include "kit/base/paths.h"
 #include "kit/base/saturating.h"
@@ -31,37 +35,42 @@ class Planner {
     skeleton->modified = folder.modified;
     skeleton->parentModified = folder.parentModified;
 
-    auto listing = reader_.list(real);
-    if (!listing) {
+    // What is needed of each subfolder is taken while its entry is valid; the
+    // recursion below reuses the reader.
+    std::vector<std::pair<uint32_t, WalkTask>> subfolders;
+    FolderContents contents;
+    const int fd = ::open(real.c_str(), O_RDONLY | O_NOFOLLOW | O_DIRECTORY | O_CLOEXEC);
+    std::optional<DirectoryReadError> error;
+    if (fd < 0) {
+      error = DirectoryReadError{real, errno};
+    } else {
+      const FolderContext context{folder.display, folder.override,
+                                  minimumKept(folder.display, configuration_)};
+      error = countFolder(reader_, fd, real, context, configuration_, rootDevice_, accumulator_,
+                          contents, [&](const DirEntry& entry, uint32_t order) {
+                            WalkTask child;
+                            child.real = joinPath(real, entry.rawName);
+                            child.display = joinPath(folder.display, entry.name);
+                            child.modified = entry.modified;
+                            child.override = file_kind::override(folder.override, entry.name);
+                            child.parentModified = folder.modified;
+                            subfolders.emplace_back(order, std::move(child));
+                          });
+      ::close(fd);
+    }
+    if (error) {
       skeleton->unreadable = true;
-      skeleton->readError = listing.error().code;
+      skeleton->readError = error->code;
       accumulator_.deny(folder.display);
       return skeleton;
     }
-    FolderContents contents;
-    readContents(*listing, {folder.display, folder.override, minimumKept(folder.display, configuration_)},
-                 configuration_, rootDevice_, accumulator_, contents);
     skeleton->fileBytes = contents.fileBytes;
     skeleton->fileCount = contents.fileCount;
     skeleton->fileNodes = std::move(contents.fileNodes);
     skeleton->isVenv = contents.markers.has(SiblingMarkers::pyvenvCfg);
     skeleton->junk = junkKind(folder.display, folder.parentMarkers, skeleton->isVenv, configuration_);
-
-    // The listing is the reader's and the recursion below reuses the reader, so
-    // take what is needed of each subfolder first.
-    std::vector<std::pair<uint32_t, WalkTask>> subfolders;
-    for (const uint32_t index : contents.subfolders) {
-      const DirEntry& entry = (*listing)[index];
-      WalkTask child;
-      child.real = joinPath(real, entry.rawName);
-      child.display = joinPath(folder.display, entry.name);
-      child.modified = entry.modified;
-      child.override = file_kind::override(folder.override, entry.name);
-      child.parentMarkers = contents.markers;
-      child.parentModified = folder.modified;
-      subfolders.emplace_back(index, std::move(child));
-    }
     for (auto& [index, child] : subfolders) {
+      child.parentMarkers = contents.markers;
       Skeleton::Child slot;
       slot.order = index;
       if (isSplit(child.display, lastComponent(child.display))) {

@@ -8,6 +8,7 @@
 #include <thread>
 
 #include "kit/platform/bulk_directory.h"
+#include "kit/platform/memory_arenas.h"
 #include "kit/scan/hard_links.h"
 #include "kit/scan/parallel_walk.h"
 #include "kit/scan/scan_planner.h"
@@ -57,12 +58,14 @@ Expected<RawScan, ScanFailure> Scanner::run(const CancelToken& cancel,
 
   const auto order = slowestFirst(plan.tasks, config.previousTimings);
   const int workers = config.workerCount > 0 ? config.workerCount : defaultWorkerCount();
+  // Every front end's walkers start here, and two arenas serve them as fast as one each.
+  platform::limitMemoryArenas(2);
   WalkOutcome outcome =
       walkInParallel(plan.tasks, order, config, rootDevice, cancel, progress, workers);
   if (cancel.isCancelled()) return fail(ScanFailure{ScanFailure::Reason::cancelled, {}});
 
   RawScan scan;
-  for (auto& accumulator : outcome.accumulators) merged.absorb(std::move(accumulator));
+  merged.absorb(outcome.accumulators);
   for (size_t i = 0; i < plan.tasks.size(); ++i) {
     const auto& result = outcome.results[i];
     if (result && result->seconds >= kRecordedTaskSeconds) {

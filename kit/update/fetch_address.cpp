@@ -1,24 +1,25 @@
 #include "kit/update/fetch_address.h"
 
 #include <arpa/inet.h>
-#include <curl/curl.h>
 
 #include <memory>
 
 #include "kit/base/text.h"
+#include "kit/update/curl_library.h"
 
 namespace tallyfin {
 namespace {
 
 struct CurlText {
-  void operator()(char* text) const { curl_free(text); }
+  void operator()(char* text) const { release(text); }
+  decltype(&curl_free) release;
 };
 using OwnedText = std::unique_ptr<char, CurlText>;
 
-OwnedText part(CURLU* handle, CURLUPart which) {
+OwnedText part(const CurlLibrary& curl, CURLU* handle, CURLUPart which) {
   char* text = nullptr;
-  if (curl_url_get(handle, which, &text, 0) != CURLUE_OK) return nullptr;
-  return OwnedText(text);
+  if (curl.urlGet(handle, which, &text, 0) != CURLUE_OK) return OwnedText(nullptr, {curl.free});
+  return OwnedText(text, {curl.free});
 }
 
 bool isLoopback(std::string host) {
@@ -35,12 +36,14 @@ bool isLoopback(std::string host) {
 
 Expected<FetchAddress, Error> FetchAddress::check(std::string_view url) {
   const std::string given(url);
-  const std::unique_ptr<CURLU, decltype(&curl_url_cleanup)> handle(curl_url(), &curl_url_cleanup);
-  if (!handle || curl_url_set(handle.get(), CURLUPART_URL, given.c_str(), 0) != CURLUE_OK) {
+  const CurlLibrary* curl = curlLibrary();
+  if (!curl) return fail(Error{kCurlMissing});
+  const std::unique_ptr<CURLU, decltype(&curl_url_cleanup)> handle(curl->url(), curl->urlCleanup);
+  if (!handle || curl->urlSet(handle.get(), CURLUPART_URL, given.c_str(), 0) != CURLUE_OK) {
     return fail(Error{given + " is not a web address — give one that starts with https://."});
   }
-  const OwnedText scheme = part(handle.get(), CURLUPART_SCHEME);
-  const OwnedText host = part(handle.get(), CURLUPART_HOST);
+  const OwnedText scheme = part(*curl, handle.get(), CURLUPART_SCHEME);
+  const OwnedText host = part(*curl, handle.get(), CURLUPART_HOST);
   if (!scheme || !host)
     return fail(Error{given + " is not a web address — give one that starts with https://."});
   const std::string schemeName = lowercased(scheme.get());

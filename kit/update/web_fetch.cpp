@@ -1,12 +1,10 @@
 #include "kit/update/web_fetch.h"
 
-#include <curl/curl.h>
-
 #include <cmath>
 #include <memory>
-#include <mutex>
 
 #include "kit/store/format.h"
+#include "kit/update/curl_library.h"
 #include "kit/update/fetch_address.h"
 #include "kit/update/this_version.h"
 
@@ -42,11 +40,6 @@ size_t receive(char* data, size_t size, size_t count, void* user) {
   return bytes;
 }
 
-void initialiseOnce() {
-  static std::once_flag once;
-  std::call_once(once, [] { curl_global_init(CURL_GLOBAL_DEFAULT); });
-}
-
 // "the release feed" as the start of a sentence.
 std::string sentenceStart(std::string text) {
   if (!text.empty() && text[0] >= 'a' && text[0] <= 'z')
@@ -58,7 +51,8 @@ std::string seconds(double value) {
   return std::to_string(static_cast<long>(std::ceil(value))) + " s";
 }
 
-FetchError explain(CURLcode code, CURL* curl, const Transfer& transfer, const FetchLimits& limits,
+FetchError explain(const CurlLibrary& library, CURLcode code, CURL* curl,
+                   const Transfer& transfer, const FetchLimits& limits,
                    const std::string& what, const std::string& url) {
   const std::string at = what + " at " + url;
   if (transfer.cancelled) return {Reason::cancelled, "The download of " + at + " was cancelled."};
@@ -87,14 +81,14 @@ FetchError explain(CURLcode code, CURL* curl, const Transfer& transfer, const Fe
       return {Reason::incomplete, sentenceStart(at) + " arrived incomplete — try again later."};
     case CURLE_HTTP_RETURNED_ERROR: {
       long status = 0;
-      curl_easy_getinfo(curl, CURLINFO_RESPONSE_CODE, &status);
+      library.easyGetinfo(curl, CURLINFO_RESPONSE_CODE, &status);
       return {Reason::httpStatus, "The server answered HTTP " + std::to_string(status) + " for " +
                                       at + " — check the address, or try again later."};
     }
     case CURLE_UNSUPPORTED_PROTOCOL:
     case CURLE_TOO_MANY_REDIRECTS: {
       char* next = nullptr;
-      curl_easy_getinfo(curl, CURLINFO_REDIRECT_URL, &next);
+      library.easyGetinfo(curl, CURLINFO_REDIRECT_URL, &next);
       return {Reason::redirect,
               sentenceStart(at) + " redirected to " +
                   (next ? std::string(next) : "another address") +
@@ -102,7 +96,8 @@ FetchError explain(CURLcode code, CURL* curl, const Transfer& transfer, const Fe
     }
     default:
       return {Reason::other,
-              "Could not fetch " + at + " (" + curl_easy_strerror(code) + ") — try again later."};
+              "Could not fetch " + at + " (" + library.easyStrerror(code) +
+                  ") — try again later."};
   }
 }
 
@@ -113,41 +108,43 @@ Expected<std::string, FetchError> fetchText(std::string_view url, const FetchLim
                                             const std::function<bool(int64_t)>& keepGoing) {
   const auto address = FetchAddress::check(url);
   if (!address) return fail(FetchError{Reason::refused, address.error().message});
-  initialiseOnce();
-  const std::unique_ptr<CURL, decltype(&curl_easy_cleanup)> curl(curl_easy_init(),
-                                                                 &curl_easy_cleanup);
+  const CurlLibrary* library = curlLibrary();
+  if (!library) return fail(FetchError{Reason::other, kCurlMissing});
+  const auto setopt = library->easySetopt;
+  const std::unique_ptr<CURL, decltype(&curl_easy_cleanup)> curl(library->easyInit(),
+                                                                 library->easyCleanup);
   if (!curl) return fail(FetchError{Reason::other, "Could not start a download — try again."});
   CURL* handle = curl.get();
   Transfer transfer{limits.maxBytes, {}};
   const auto milliseconds = static_cast<long>(limits.seconds * 1000);
-  curl_easy_setopt(handle, CURLOPT_URL, address->url.c_str());
+  setopt(handle, CURLOPT_URL, address->url.c_str());
   // Plain http only where the address check allowed it; redirects only to https.
-  curl_easy_setopt(handle, CURLOPT_PROTOCOLS_STR, address->loopback ? "http,https" : "https");
-  curl_easy_setopt(handle, CURLOPT_FOLLOWLOCATION, 1L);
-  curl_easy_setopt(handle, CURLOPT_REDIR_PROTOCOLS_STR, "https");
-  curl_easy_setopt(handle, CURLOPT_MAXREDIRS, 5L);
+  setopt(handle, CURLOPT_PROTOCOLS_STR, address->loopback ? "http,https" : "https");
+  setopt(handle, CURLOPT_FOLLOWLOCATION, 1L);
+  setopt(handle, CURLOPT_REDIR_PROTOCOLS_STR, "https");
+  setopt(handle, CURLOPT_MAXREDIRS, 5L);
   // This computer is never reached through a proxy.
-  if (address->loopback) curl_easy_setopt(handle, CURLOPT_PROXY, "");
-  curl_easy_setopt(handle, CURLOPT_NOSIGNAL, 1L);
-  curl_easy_setopt(handle, CURLOPT_FAILONERROR, 1L);
-  curl_easy_setopt(handle, CURLOPT_CONNECTTIMEOUT_MS, milliseconds);
-  if (limits.wholeTransfer) curl_easy_setopt(handle, CURLOPT_TIMEOUT_MS, milliseconds);
-  curl_easy_setopt(handle, CURLOPT_LOW_SPEED_LIMIT, 1L);
-  curl_easy_setopt(handle, CURLOPT_LOW_SPEED_TIME, static_cast<long>(std::ceil(limits.seconds)));
-  curl_easy_setopt(handle, CURLOPT_MAXFILESIZE_LARGE, static_cast<curl_off_t>(limits.maxBytes));
+  if (address->loopback) setopt(handle, CURLOPT_PROXY, "");
+  setopt(handle, CURLOPT_NOSIGNAL, 1L);
+  setopt(handle, CURLOPT_FAILONERROR, 1L);
+  setopt(handle, CURLOPT_CONNECTTIMEOUT_MS, milliseconds);
+  if (limits.wholeTransfer) setopt(handle, CURLOPT_TIMEOUT_MS, milliseconds);
+  setopt(handle, CURLOPT_LOW_SPEED_LIMIT, 1L);
+  setopt(handle, CURLOPT_LOW_SPEED_TIME, static_cast<long>(std::ceil(limits.seconds)));
+  setopt(handle, CURLOPT_MAXFILESIZE_LARGE, static_cast<curl_off_t>(limits.maxBytes));
   const std::string agent = "Tallyfin/" + std::string(thisVersion());
-  curl_easy_setopt(handle, CURLOPT_USERAGENT, agent.c_str());
-  curl_easy_setopt(handle, CURLOPT_WRITEFUNCTION, &receive);
-  curl_easy_setopt(handle, CURLOPT_WRITEDATA, &transfer);
+  setopt(handle, CURLOPT_USERAGENT, agent.c_str());
+  setopt(handle, CURLOPT_WRITEFUNCTION, &receive);
+  setopt(handle, CURLOPT_WRITEDATA, &transfer);
   if (keepGoing) {
     transfer.keepGoing = &keepGoing;
-    curl_easy_setopt(handle, CURLOPT_XFERINFOFUNCTION, &watch);
-    curl_easy_setopt(handle, CURLOPT_XFERINFODATA, &transfer);
-    curl_easy_setopt(handle, CURLOPT_NOPROGRESS, 0L);
+    setopt(handle, CURLOPT_XFERINFOFUNCTION, &watch);
+    setopt(handle, CURLOPT_XFERINFODATA, &transfer);
+    setopt(handle, CURLOPT_NOPROGRESS, 0L);
   }
-  const CURLcode code = curl_easy_perform(handle);
+  const CURLcode code = library->easyPerform(handle);
   if (code != CURLE_OK) {
-    return fail(explain(code, handle, transfer, limits, std::string(what), address->url));
+    return fail(explain(*library, code, handle, transfer, limits, std::string(what), address->url));
   }
   return std::move(transfer.body);
 }

@@ -159,5 +159,51 @@ TEST(DirectoryReader, ListsLargeFoldersAcrossManyBatches) {
   EXPECT_EQ(byName(*listing).size(), static_cast<size_t>(kCount));
 }
 
+TEST(DirectoryReader, ListsInBoundedPiecesThatTogetherAreTheWholeFolder) {
+  TempFolder dir;
+  const size_t count = 2 * DirectoryReader::kPieceEntries + 300;
+  for (size_t i = 0; i < count; ++i) testing::writeFile(dir / ("f" + std::to_string(i)), 10);
+  testing::makeFolder(dir / "mounted");
+  DirectoryReader reader({dir / "mounted"});
+  const int fd = ::open(dir.path().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+  ASSERT_GE(fd, 0);
+
+  std::map<std::string, DirEntry> entries;
+  std::vector<size_t> pieceSizes;
+  const auto error = reader.listInPieces(fd, dir.path(), [&](Listing piece) {
+    pieceSizes.push_back(piece.size());
+    for (const auto& entry : piece) entries.emplace(std::string(entry.name), entry);
+  });
+  ::close(fd);
+  ASSERT_FALSE(error) << error->message();
+  EXPECT_EQ(pieceSizes.size(), 3u);
+  for (const size_t size : pieceSizes) EXPECT_LE(size, DirectoryReader::kPieceEntries);
+  ASSERT_EQ(entries.size(), count + 1);  // each entry exactly once
+  EXPECT_EQ(entries.at("f0").allocatedSize, testing::allocatedBytes(dir / "f0"));
+  EXPECT_EQ(entries.at("mounted").device, -1);  // mount points are marked in any piece
+}
+
+TEST(DirectoryReader, PiecesOfAnEmptyOrUnlistableFolder) {
+  TempFolder dir;
+  testing::makeFolder(dir / "empty");
+  DirectoryReader reader({});
+  int pieces = 0;
+  const auto countPieces = [&](Listing) { ++pieces; };
+
+  const int empty = ::open((dir / "empty").c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+  EXPECT_FALSE(reader.listInPieces(empty, dir / "empty", countPieces));
+  ::close(empty);
+  EXPECT_EQ(pieces, 0);
+
+  // A descriptor that only names the folder cannot be read from.
+  const int pathOnly = ::open(dir.path().c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC);
+  const auto error = reader.listInPieces(pathOnly, dir.path(), countPieces);
+  ::close(pathOnly);
+  ASSERT_TRUE(error);
+  EXPECT_EQ(error->path, dir.path());
+  EXPECT_EQ(error->code, EBADF);
+  EXPECT_EQ(pieces, 0);
+}
+
 }  // namespace
 }  // namespace tallyfin

@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <mutex>
 
+#include "kit/scan/directory_reader.h"
 #include "kit/scan/scan_planner.h"
 #include "tests/support/temp_folder.h"
 
@@ -329,6 +330,70 @@ TEST(Scanner, ManyWorkersBuildTheSameTreeAsOne) {
   for (int round = 0; round < 5; ++round) {
     const RawScan parallel = scanOrFail(configuration);
     ASSERT_EQ(parallel.tree, serial.tree);
+  }
+}
+
+// Wider than one piece of a listing, so the scan meets it piece by piece.
+class WideFolder : public ::testing::Test {
+ protected:
+  static constexpr int kFolders = 700;
+  static constexpr int kFiles = 1'500;
+
+  void SetUp() override {
+    for (int i = 0; i < kFolders; ++i) {
+      testing::writeFile(dir / ("wide/d" + std::to_string(i) + "/same"), 100);
+    }
+    for (int i = 0; i < kFiles; ++i) testing::writeFile(dir / ("wide/f" + std::to_string(i)), 10);
+    testing::writeFile(dir / "wide/package.json", 10);
+    testing::allocateFile(dir / "wide/node_modules/lib.js", 2 * MiB);
+  }
+
+  TempFolder dir;
+};
+
+TEST_F(WideFolder, EqualChildrenKeepTheOrderOfTheWholeListing) {
+  auto configuration = configurationFor(dir);
+  configuration.minNodeSize = 1;
+  configuration.maxChildren = 4'000;
+  const RawScan scan = scanOrFail(configuration);
+  const DiskNode* wide = rootNode(scan, dir).child("wide");
+  ASSERT_NE(wide, nullptr);
+  EXPECT_EQ(wide->files, kFolders + kFiles + 2);
+
+  DirectoryReader reader({});
+  const auto listing = reader.list(dir / "wide");
+  ASSERT_TRUE(listing.ok());
+  std::vector<std::string> listed;
+  for (const auto& entry : *listing) {
+    if (entry.isDirectory && entry.name != "node_modules") listed.emplace_back(entry.name);
+  }
+  // node_modules is the largest child, the equal folders follow as the folder lists
+  // them, and the small files make up the last, `smaller` node.
+  ASSERT_EQ(wide->children.size(), static_cast<size_t>(kFolders + 2));
+  EXPECT_EQ(wide->children.front().name, "node_modules");
+  EXPECT_EQ(wide->children.back().kind, DiskNode::Kind::smaller);
+  EXPECT_EQ(wide->children.back().files, kFiles + 1);
+  std::vector<std::string> kept;
+  for (size_t i = 1; i + 1 < wide->children.size(); ++i) kept.push_back(wide->children[i].name);
+  EXPECT_EQ(kept, listed);
+}
+
+TEST_F(WideFolder, MarkersAnywhereInTheListingReachItsSubfolders) {
+  // The file system decides where package.json falls: more projects, more chances
+  // that it comes in a later piece than node_modules.
+  const std::vector<std::string> projects = {"wide", "wide2", "wide3", "wide4"};
+  for (size_t p = 1; p < projects.size(); ++p) {
+    testing::writeFile(dir / (projects[p] + "/package.json"), 10);
+    for (int i = 0; i < kFiles; ++i) {
+      testing::writeFile(dir / (projects[p] + "/f" + std::to_string(i)), 10);
+    }
+    testing::writeFile(dir / (projects[p] + "/node_modules/lib.js"), 10);
+  }
+  const RawScan scan = scanOrFail(configurationFor(dir));
+  ASSERT_EQ(scan.projectJunk.size(), projects.size());
+  for (size_t p = 0; p < projects.size(); ++p) {
+    EXPECT_EQ(scan.projectJunk[p].path, dir / (projects[p] + "/node_modules"));
+    EXPECT_EQ(scan.projectJunk[p].kind, ProjectJunkKind::nodeModules);
   }
 }
 
