@@ -142,7 +142,9 @@ int scan(const std::string& folder) {
   AppModel& model = app.model();
   // Every built screen exists, so each one's work on a new report counts.
   for (const Route route : {Route::cleanup, Route::largeFiles, Route::history}) model.setRoute(route);
-  app.start({Route::overview, false});
+  LaunchOptions open;
+  open.route = Route::overview;
+  app.start(open);
 
   StallWatch watch;
   qint64 updates = 0;
@@ -169,7 +171,9 @@ int duplicates(const std::string& folder) {
   DesktopApp app(AppEnvironment::forThisUser());
   AppModel& model = app.model();
   model.setRoute(Route::duplicates);
-  app.start({Route::duplicates, false});
+  LaunchOptions open;
+  open.route = Route::duplicates;
+  app.start(open);
 
   StallWatch watch;
   qint64 updates = 0;
