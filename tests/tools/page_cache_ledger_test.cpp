@@ -144,8 +144,12 @@ TEST(PageCacheLedger, ADuplicateSearchKeepsWhatWasCachedAndDropsWhatItReadIn) {
     DuplicateSearch search{home.path(), MiB, fullHash, nullptr, nullptr, nullptr, {}};
     const auto groups = DuplicateFinder::find(DuplicateFinder::collect(home.path(), search).candidates, search);
     ASSERT_EQ(groups.size(), 2u) << fullHash;
-    EXPECT_EQ(cachedCount(warmCopy), pageCount(warmCopy)) << fullHash;
-    EXPECT_EQ(cachedCount(warmTwin), pageCount(warmTwin)) << fullHash;
+    // The kernel may reclaim a stray page of its own accord while other tests fill memory;
+    // a wrong drop by the search loses at least one whole 64 KiB read (16 pages).
+    constexpr size_t kOneSamplesPages = 16;
+    for (const auto& path : {warmCopy, warmTwin}) {
+      EXPECT_GT(cachedCount(path) + kOneSamplesPages, pageCount(path)) << path << fullHash;
+    }
     for (const auto& path : {coldCopy, coldTwin, lone}) EXPECT_EQ(cachedCount(path), 0u) << path << fullHash;
   }
 }
