@@ -137,6 +137,18 @@ void forEachInParallel(size_t count, const std::function<void(size_t)>& body) {
 
 // The hash of every file, read through the cache; none where reading failed or
 // the search was cancelled first.
+// A watch on one file's reads: they move the progress bar and add up in `read`.
+ReadWatch countedWatch(const DuplicateSearch& search, ProgressMeter& meter, PageCacheLedger& pages,
+                       int64_t& read) {
+  return ReadWatch(
+      search.cancel,
+      [&meter, &read](int64_t bytes) {
+        read += bytes;
+        meter.advance(bytes);
+      },
+      &pages);
+}
+
 Hashes hashAll(const std::vector<const DuplicateCandidate*>& files, const Stage& stage,
                const DuplicateSearch& search, DuplicateCache& cache, ProgressMeter& meter,
                PageCacheLedger& pages, Carries* carries) {
@@ -149,13 +161,7 @@ Hashes hashAll(const std::vector<const DuplicateCandidate*>& files, const Stage&
     if (cancelled(search)) return;
     const DuplicateCandidate& file = *files[i];
     int64_t read = 0;
-    const ReadWatch watch(
-        search.cancel,
-        [&](int64_t bytes) {
-          read += bytes;
-          meter.advance(bytes);
-        },
-        &pages);
+    const ReadWatch watch = countedWatch(search, meter, pages, read);
     Carry* carry = carries ? &carries->at(&file) : nullptr;
     hashes[i] = cache.hash(file.path, stage.kind(file.size),
                            [&] { return stage.compute(file.path, file.size, watch, carry); });
@@ -229,13 +235,7 @@ std::pair<Groups, std::vector<std::string>> compareFully(const Groups& groups, c
       }
     }
     int64_t read = 0;
-    const ReadWatch watch(
-        search.cancel,
-        [&](int64_t bytes) {
-          read += bytes;
-          meter.advance(bytes);
-        },
-        &pages);
+    const ReadWatch watch = countedWatch(search, meter, pages, read);
     // A file unlike the others may still match a known hash.
     const auto classes = ContentClasses::split(paths, size, !found.empty(), watch);
     int64_t fullyRead = 0;
