@@ -35,6 +35,17 @@ struct Search {
   std::vector<DuplicateGroup> run() {
     return DuplicateFinder::find(DuplicateFinder::collect(home.path(), options).candidates, options);
   }
+
+  // One search through a hash cache kept in `store` and saved afterwards, counting afresh.
+  std::vector<DuplicateGroup> runWithCache(const Store& store) {
+    DuplicateCache cache(store);
+    stats.update([](DuplicateStats::Counts& counts) { counts = {}; });
+    options.cache = &cache;
+    auto groups = run();
+    EXPECT_TRUE(cache.save());
+    options.cache = nullptr;
+    return groups;
+  }
 };
 
 std::vector<std::string> pathsOf(const DuplicateGroup& group) {
@@ -152,15 +163,7 @@ TEST(DuplicateSearch, AFullSearchMatchesChangedFilesAgainstKnownHashes) {
   const Store store(data.path());
   const int64_t size = 10 * MiB;
   for (const char* name : {"Movies/a.mov", "Downloads/a.mov", "Desktop/a.mov"}) patternFile(search.home / name, size, 21);
-  const auto withCache = [&] {
-    DuplicateCache cache(store);
-    search.stats.update([](DuplicateStats::Counts& counts) { counts = {}; });
-    search.options.cache = &cache;
-    auto groups = search.run();
-    EXPECT_TRUE(cache.save());
-    search.options.cache = nullptr;
-    return groups;
-  };
+  const auto withCache = [&] { return search.runWithCache(store); };
   ASSERT_EQ(withCache().size(), 1u);
 
   // A new version with the same bytes: alone among files already known, it is
@@ -257,12 +260,7 @@ TEST(DuplicateSearch, TheCacheMakesTheNextSearchReadOnlyChangedFiles) {
   patternFile(search.home / "Movies/other.mov", 12 * MiB, 5);  // same size, other bytes
 
   const auto readWithCache = [&] {
-    DuplicateCache cache(store);
-    search.stats.update([](DuplicateStats::Counts& counts) { counts = {}; });
-    search.options.cache = &cache;
-    auto groups = search.run();
-    EXPECT_TRUE(cache.save());
-    search.options.cache = nullptr;
+    auto groups = search.runWithCache(store);
     return std::pair(groups, search.stats.counts().bytes);
   };
   const auto [first, firstBytes] = readWithCache();
