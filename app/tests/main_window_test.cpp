@@ -21,6 +21,7 @@
 #include "app/model/app_model.h"
 #include "app/tests/app_home.h"
 #include "app/tests/find_widget.h"
+#include "app/tests/scanned_window.h"
 #include "app/views/cleanup_screen.h"
 #include "app/views/cleanup_tree_model.h"
 #include "app/views/large_files_screen.h"
@@ -34,21 +35,12 @@ namespace {
 using testing::AppHome;
 using testing::eventually;
 using testing::find;
+using testing::ScannedWindow;
 using tallyfin::testing::pathExists;
 
-// A home scanned by the command line, and the app's window open on it.
-class OpenWindow : public ::testing::Test {
+// The window on a scanned home, with two caches to tidy away.
+class OpenWindow : public ScannedWindow {
  protected:
-  void SetUp() override {
-    home.scanWithCommandLine();
-    window.show();
-    ASSERT_TRUE(QTest::qWaitForWindowExposed(&window));
-    model.scanner().load();
-    ASSERT_TRUE(eventually([&] { return !model.cleanup().empty(); }));
-  }
-
-  QString noticeText() { return find<QLabel>(&window, "noticeText")->text(); }
-
   // The confirmation the last click opened, once it shows.
   TrashConfirmation* confirmation() {
     TrashConfirmation* dialog = nullptr;
@@ -56,9 +48,6 @@ class OpenWindow : public ::testing::Test {
     return dialog;
   }
 
-  AppHome home;
-  AppModel model{home.environment()};
-  MainWindow window{model, ScreenRegistry::standard()};
   const std::string pip = home / ".cache/pip";
   const std::string npm = home / ".npm/_cacache";
 };

@@ -18,6 +18,7 @@
 #include "app/model/app_model.h"
 #include "app/tests/app_home.h"
 #include "app/tests/find_widget.h"
+#include "app/tests/scanned_window.h"
 #include "app/views/agents_screen.h"
 #include "app/views/automation_panel.h"
 #include "app/views/copy_block.h"
@@ -36,29 +37,9 @@ namespace {
 using testing::AppHome;
 using testing::eventually;
 using testing::find;
+using testing::ScannedWindow;
 
-class SettingsWindow : public ::testing::Test {
- protected:
-  void SetUp() override {
-    home.scanWithCommandLine();
-    window.show();
-    ASSERT_TRUE(QTest::qWaitForWindowExposed(&window));
-    model.scanner().load();
-    ASSERT_TRUE(eventually([&] { return !model.cleanup().empty(); }));
-  }
-
-  template <class Screen>
-  Screen* open(Route route) {
-    model.setRoute(route);
-    return qobject_cast<Screen*>(window.screen(route));
-  }
-
-  QString notice() { return find<QLabel>(&window, "noticeText")->text(); }
-
-  AppHome home;
-  AppModel model{home.environment()};
-  MainWindow window{model, ScreenRegistry::standard()};
-};
+using SettingsWindow = ScannedWindow;
 
 TEST_F(SettingsWindow, AnAssistantIsConnectedFromItsRowAndTheGuideIsCopied) {
   tallyfin::testing::makeFolder(home / ".cursor");
@@ -73,7 +54,7 @@ TEST_F(SettingsWindow, AnAssistantIsConnectedFromItsRowAndTheGuideIsCopied) {
 
   QTest::mouseClick(find<QPushButton>(screen, "connectAgent"), Qt::LeftButton);
   ASSERT_TRUE(eventually([&] { return disconnect->isEnabled(); }));
-  EXPECT_EQ(notice(), "Cursor is connected to Tallyfin. Restart Cursor to use it.");
+  EXPECT_EQ(noticeText(), "Cursor is connected to Tallyfin. Restart Cursor to use it.");
   EXPECT_TRUE(AgentClients::isConnected(AgentClient::cursor, home.path()));
   const QModelIndex connected = clients->rows()->indexOf("cursor").siblingAtColumn(2);
   EXPECT_EQ(connected.data().toString(), "yes");
@@ -86,7 +67,7 @@ TEST_F(SettingsWindow, AnAssistantIsConnectedFromItsRowAndTheGuideIsCopied) {
   auto* guide = find<CopyBlock>(screen, "agentGuide");
   QTest::mouseClick(guide->copyButton(), Qt::LeftButton);
   EXPECT_EQ(QGuiApplication::clipboard()->text().toStdString(), AgentGuide::markdown(TALLYFIN_BINARY));
-  EXPECT_EQ(notice(), "The agent guide is copied.");
+  EXPECT_EQ(noticeText(), "The agent guide is copied.");
 }
 
 TEST_F(SettingsWindow, HelpIsSearchedAndOpensAtTheTopicAsked) {
